@@ -1,0 +1,46 @@
+// Engine: ties the program together. It holds the renderer, the level and the settings-driven
+// factors, and runs one game cycle per display event: input step, world update, frame.
+#pragma once
+
+#include "Singleton.h"
+#include "Vector3D.h"
+
+class PhysicsWorld;
+class Renderer;
+class Scene;
+class SettingsFile;
+
+class Engine : public Singleton<Engine> {
+public:
+    // Sets the clip distances and tests for vertex buffer objects (needs a current GL context
+    // to find them; without one the test says no).
+    Engine();
+
+    // Stores the settings reader (not owned) for readSettings.
+    void setSettings(SettingsFile* settings) { settings_ = settings; }
+    // Reads the mouse factors and game speed, in file order; missing keys give 0.
+    void readSettings();
+    // Whether the GL extension string names `name` as a whole word.
+    bool isExtensionSupported(const char* name) const;
+    // Whole-word search of `name` in a blank-separated extension list (null list: false).
+    static bool extensionListHas(const char* list, const char* name);
+    // One display event: input step, world update, frame, frame count.
+    void gameCycle();
+    // The input step of the cycle.
+    void processInput();
+    // Shows the end-of-game message; the game keeps running until ESC.
+    void showResult(bool won);
+
+    int mouseSensPitch = 1;
+    int mouseSensYaw = 1;
+    int gameSpeed = 1;
+    bool pathSearch = false;
+    Renderer* renderer = nullptr;
+    PhysicsWorld* physics = nullptr;
+    Scene* scene = nullptr;
+    bool hasVertexBufferObjects = false;
+    int frameCount = 0;
+
+private:
+    SettingsFile* settings_ = nullptr;
+};

@@ -1,0 +1,65 @@
+// Scene: the one level of the game. It owns the scene list (every drawable and updatable object),
+// the HUD, the frame timer and the clocks, and runs the per-frame world update.
+#pragma once
+
+#include <vector>
+
+class AISheep;
+class FBXModel;
+class HUD;
+class List;
+class Node;
+class Object3D;
+class Timer;
+
+class Scene {
+public:
+    // Builds the whole level (init) and starts the per-frame clocks.
+    Scene();
+
+    // Builds the level: HUD, objects, timer. A timer failure is logged and the level goes on.
+    void init();
+    // Called once after the graphics start-up, before the first cycle.
+    void prepare();
+    // The per-frame world update: timing, clocks and counters, then every object of the list.
+    void update();
+
+    void setFrameTime(float dt) { frameTime_ = dt; }
+    float getFrameTime() const { return frameTime_; }
+    List* getSceneList() const { return sceneList_; }
+    Object3D* getPlayer() const { return player_; }
+    HUD* getHud() const { return hud_; }
+    Timer* getTimer() const { return timer_; }
+    float getGameSeconds() const { return gameSeconds_; }
+    int getWolfCount() const { return wolfCount_; }
+    int getSheepCount() const { return sheepCount_; }
+
+private:
+    // Appends to the scene list; the first node appended becomes its head.
+    void append(Node* node);
+    // Once a second: the FPS figure and the game clock.
+    void countSecond();
+
+    List* sceneList_ = nullptr;
+    Object3D* player_ = nullptr;
+    Object3D* flag_ = nullptr;
+    float frameTime_ = 0.0f;
+    HUD* hud_ = nullptr;
+    float gameSeconds_ = 0.0f;
+    int wolfCount_ = 0;
+    std::vector<AISheep*> sheep_;
+    std::vector<Object3D*> spareObjects_[2];
+    FBXModel* rocketModel_ = nullptr;
+    FBXModel* flagModel_ = nullptr;
+    FBXModel* ballModel_ = nullptr;
+    FBXModel* wolfModel_ = nullptr;
+    std::vector<FBXModel*> models_;
+    int lastRenderMode_ = 0;
+    float animationClock_ = 0.0f;
+    int sheepCount_ = 0;
+    Timer* timer_ = nullptr;
+    float framesThisSecond_ = 0.0f;
+    float fpsClock_ = 0.0f;
+    int spare_ = 0;
+    float physicsClock_ = 0.0f;
+};

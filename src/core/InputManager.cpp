@@ -1,0 +1,205 @@
+// Key and mouse bindings. Held keys are flags set on press and cleared on release (key repeat
+// is off); switches flip on press; the pointer wraps at a 100-pixel border so the mouse can turn
+// the view forever without leaving the screen.
+#include "InputManager.h"
+
+#include "HUD.h"
+#include "Renderer.h"
+
+#include <GL/freeglut.h>
+
+#include <cstdlib>
+#include <string>
+
+static constexpr unsigned char kEscape = 27;
+// Pointer wrap border in pixels.
+static constexpr int kBorder = 100;
+// Seconds the switch messages stay on the HUD.
+static constexpr float kMessageSeconds = 1000.0f;
+
+void InputManager::specialDown(int key, int, int) {
+    switch (key) {
+    case GLUT_KEY_UP:
+        upHeld = true;
+        break;
+    case GLUT_KEY_DOWN:
+        downHeld = true;
+        break;
+    case GLUT_KEY_LEFT:
+        leftHeld = true;
+        break;
+    case GLUT_KEY_RIGHT:
+        rightHeld = true;
+        break;
+    case GLUT_KEY_F1:
+        switchF1 = !switchF1;
+        break;
+    case GLUT_KEY_F2:
+        hideModelF2 = !hideModelF2;
+        break;
+    case GLUT_KEY_F3:
+        wireframe = !wireframe;
+        break;
+    case GLUT_KEY_F4:
+        toggleF4 = (toggleF4 + 1) % 2;
+        break;
+    case GLUT_KEY_F5:
+        cycleF5 = (cycleF5 + 1) % 3;
+        break;
+    case GLUT_KEY_F6:
+        renderMode = (renderMode + 1) % 3;
+        HUD::showMessage("renderMode: " + std::to_string(renderMode), kMessageSeconds);
+        break;
+    case GLUT_KEY_F7:
+        displayLists = !displayLists;
+        HUD::showMessage(std::string("displayLists ") + (displayLists ? "enabled" : "disabled"),
+                         kMessageSeconds);
+        break;
+    case GLUT_KEY_F8:
+        switchF8 = !switchF8;
+        break;
+    case GLUT_KEY_F9:
+        switchF9 = !switchF9;
+        break;
+    default:
+        break;
+    }
+}
+
+void InputManager::specialUp(int key, int, int) {
+    switch (key) {
+    case GLUT_KEY_UP:
+        upHeld = false;
+        break;
+    case GLUT_KEY_DOWN:
+        downHeld = false;
+        break;
+    case GLUT_KEY_LEFT:
+        leftHeld = false;
+        break;
+    case GLUT_KEY_RIGHT:
+        rightHeld = false;
+        break;
+    // GLUT never sends these codes as special keys; the branches are kept for the handler's shape.
+    case 'w':
+        forwardHeld = false;
+        break;
+    case 's':
+        backHeld = false;
+        break;
+    case 'a':
+        strafeLeftHeld = false;
+        break;
+    default:
+        break;
+    }
+}
+
+void InputManager::keyDown(unsigned char key, int, int) {
+    switch (key) {
+    case 'w':
+        forwardHeld = true;
+        break;
+    case 's':
+        backHeld = true;
+        break;
+    case 'a':
+        strafeLeftHeld = true;
+        break;
+    case 'd':
+        strafeRightHeld = true;
+        break;
+    case 'q':
+        turnLeftHeld = true;
+        break;
+    case 'e':
+        turnRightHeld = true;
+        break;
+    case 'm':
+        placeMarker = true;
+        break;
+    case 'n':
+        pathSearch = !pathSearch;
+        break;
+    default:
+        break;
+    }
+}
+
+void InputManager::keyUp(unsigned char key, int, int) {
+    switch (key) {
+    case 'w':
+        forwardHeld = false;
+        break;
+    case 's':
+        backHeld = false;
+        break;
+    case 'a':
+        strafeLeftHeld = false;
+        break;
+    case 'd':
+        strafeRightHeld = false;
+        break;
+    case 'q':
+        turnLeftHeld = false;
+        break;
+    case 'e':
+        turnRightHeld = false;
+        break;
+    case kEscape:
+    case 'p':
+        std::exit(0);
+    default:
+        break;
+    }
+}
+
+void InputManager::mouseButton(int button, int state, int, int) {
+    const bool pressed = (state == GLUT_DOWN);
+    switch (button) {
+    case GLUT_LEFT_BUTTON:
+        fireRequested = pressed;
+        break;
+    case GLUT_RIGHT_BUTTON:
+        herdRequested = pressed;
+        break;
+    case GLUT_MIDDLE_BUTTON:
+        middleButtonDown = pressed;
+        break;
+    default:
+        break;
+    }
+}
+
+void InputManager::passiveMotion(int x, int y) {
+    if (lastX != -1 && lastY != -1) {
+        mouseDx = x - lastX;
+        mouseDy = y - lastY;
+        mouseMoved = true;
+    }
+    lastX = x;
+    lastY = y;
+
+    const int w = Renderer::windowWidth;
+    const int h = Renderer::windowHeight;
+    if (x >= w - kBorder && mouseDx > 0) {
+        glutWarpPointer(0, y);
+        lastX = 0;
+    }
+    if (x < kBorder + 1 && mouseDx < 0) {
+        glutWarpPointer(w, y);
+        lastX = w;
+    }
+    if (y >= h - kBorder && mouseDy > 0) {
+        glutWarpPointer(x, 0);
+        lastY = 0;
+    }
+    if (y < kBorder + 1 && mouseDy < 0) {
+        glutWarpPointer(x, h);
+        lastY = h;
+    }
+}
+
+void InputManager::motion(int x, int y) {
+    passiveMotion(x, y);
+}

@@ -1,0 +1,111 @@
+// Program entry: the objects are built in a fixed order (settings and log first, so that the
+// log's first line is the game-mode string), the callbacks are wired to the input manager and
+// the engine, and GLUT's main loop runs the game until a key ends the process.
+#include "Program.h"
+
+#include "Engine.h"
+#include "InputManager.h"
+#include "Logfile.h"
+#include "Renderer.h"
+#include "Scene.h"
+#include "SettingsFile.h"
+
+#include <GL/freeglut.h>
+#include <X11/Xlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+static const char* const kWindowTitle = "Herder";
+
+static Engine* engine = nullptr;
+
+bool Program::displayAvailable() {
+    Display* display = XOpenDisplay(nullptr);
+    if (display == nullptr) {
+        const char* name = std::getenv("DISPLAY");
+        std::fprintf(stderr,
+                     "herder: cannot open X display \"%s\"; the game needs an X server with "
+                     "OpenGL (set DISPLAY)\n",
+                     name != nullptr ? name : "");
+        return false;
+    }
+    XCloseDisplay(display);
+    return true;
+}
+
+// Game mode when the server can switch to the requested mode; otherwise a window the size of the
+// screen made full-screen, since the callbacks and key-repeat switch need a window to attach to.
+void Program::openDisplay(const char* mode) {
+    glutGameModeString(mode);
+    if (glutGameModeGet(GLUT_GAME_MODE_POSSIBLE) && glutEnterGameMode() != 0) {
+        return;
+    }
+    Logfile::getInstance()->write(std::string("game mode \"") + mode +
+                                  "\" not possible, using a full-screen window");
+    glutInitWindowPosition(0, 0);
+    glutInitWindowSize(glutGet(GLUT_SCREEN_WIDTH), glutGet(GLUT_SCREEN_HEIGHT));
+    glutCreateWindow(kWindowTitle);
+    glutFullScreen();
+}
+
+void Program::registerInput() {
+    glutSpecialFunc([](int k, int x, int y) { InputManager::getInstance()->specialDown(k, x, y); });
+    glutSpecialUpFunc([](int k, int x, int y) { InputManager::getInstance()->specialUp(k, x, y); });
+    glutKeyboardFunc(
+        [](unsigned char k, int x, int y) { InputManager::getInstance()->keyDown(k, x, y); });
+    glutKeyboardUpFunc(
+        [](unsigned char k, int x, int y) { InputManager::getInstance()->keyUp(k, x, y); });
+    glutPassiveMotionFunc([](int x, int y) { InputManager::getInstance()->passiveMotion(x, y); });
+    glutMotionFunc([](int x, int y) { InputManager::getInstance()->motion(x, y); });
+    glutMouseFunc(
+        [](int b, int s, int x, int y) { InputManager::getInstance()->mouseButton(b, s, x, y); });
+    glutIdleFunc(&Program::idle);
+}
+
+void Program::reshape(int width, int height) {
+    Renderer::windowWidth = width;
+    Renderer::windowHeight = height;
+    if (engine != nullptr && engine->renderer != nullptr) {
+        engine->renderer->reshape();
+    }
+}
+
+void Program::display() {
+    engine->gameCycle();
+    glutSwapBuffers();
+}
+
+void Program::idle() {
+    glutPostRedisplay();
+}
+
+int Program::run(int argc, char** argv) {
+    if (!displayAvailable()) {
+        return 1;
+    }
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_DOUBLE | GLUT_DEPTH);
+    SettingsFile* settings = new SettingsFile();
+    const std::string mode = settings->getString("G_GAMEMODESTRING");
+    Logfile::getInstance()->write(mode);
+    openDisplay(mode.c_str());
+    glutIgnoreKeyRepeat(1);
+    registerInput();
+    Logfile::getInstance()->traceGlError("main 1");
+
+    engine = Engine::getInstance();
+    Scene* scene = new Scene();
+    engine->scene = scene;
+    engine->renderer = new Renderer(scene);
+    scene->prepare();
+    engine->setSettings(settings);
+    engine->readSettings();
+
+    glutReshapeFunc(&Program::reshape);
+    glutDisplayFunc(&Program::display);
+    Logfile::getInstance()->traceGlError("main 2");
+    glutMainLoop();
+    return 0;
+}

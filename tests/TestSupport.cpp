@@ -1,0 +1,70 @@
+// Shared test helpers: temporary working directories and a GLUT window on the test display.
+#include "TestSupport.h"
+
+#include "Renderer.h"
+
+#include <GL/freeglut.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+static constexpr int kWindowWidth = 1024;
+static constexpr int kWindowHeight = 768;
+
+void TempDirTest::SetUp() {
+    oldDir_ = std::filesystem::current_path().string();
+    char pattern[] = "/tmp/herder-test-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+    ASSERT_EQ(chdir(dir_.c_str()), 0);
+}
+
+void TempDirTest::TearDown() {
+    ASSERT_EQ(chdir(oldDir_.c_str()), 0);
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+}
+
+void TempDirTest::writeFile(const std::string& name, const std::string& text) {
+    std::ofstream out(name, std::ios::binary);
+    out << text;
+}
+
+std::vector<std::string> readLines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::ifstream in(path);
+    std::string line;
+    while (std::getline(in, line)) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+void openTestWindow() {
+    static bool open = false;
+    if (open) {
+        return;
+    }
+    const char* display = std::getenv("DISPLAY");
+    ASSERT_TRUE(display != nullptr && *display != '\0') << "GL tests need DISPLAY (Xvfb)";
+    int argc = 1;
+    char name[] = "herder_tests";
+    char* argv[] = {name, nullptr};
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_DOUBLE | GLUT_DEPTH);
+    glutInitWindowSize(kWindowWidth, kWindowHeight);
+    glutCreateWindow("herder test");
+    Renderer::windowWidth = kWindowWidth;
+    Renderer::windowHeight = kWindowHeight;
+    open = true;
+}
+
+std::vector<unsigned char> readPixels(int width, int height) {
+    std::vector<unsigned char> pixels(static_cast<size_t>(width) * height * 3);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadBuffer(GL_BACK);
+    glReadPixels(0, 0, width, height, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
+    return pixels;
+}

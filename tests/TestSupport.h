@@ -1,0 +1,31 @@
+// Helpers shared by the tests: a private working directory per test (the game writes "log.txt"
+// and reads "settings.ini" in the working directory), file reading, and a GLUT window.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// Runs each test in a fresh temporary directory and returns to the old one afterwards.
+class TempDirTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    // Writes text to a file in the test directory.
+    static void writeFile(const std::string& name, const std::string& text);
+
+private:
+    std::string oldDir_;
+    std::string dir_;
+};
+
+// The lines of a text file (no line ends); empty when it cannot be read.
+std::vector<std::string> readLines(const std::string& path);
+
+// Initialises GLUT once per process and opens a 1024x768 double-buffered window with a depth
+// buffer on the test display. Fails the test when no display is available.
+void openTestWindow();
+
+// Reads the colour buffer of the current window as RGB bytes, bottom row first.
+std::vector<unsigned char> readPixels(int width, int height);
