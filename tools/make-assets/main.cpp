@@ -1,5 +1,8 @@
-// make-assets: writes everything the level loads into the given folder, deterministically.
+// make-assets: writes everything the level loads into the given folder, deterministically:
+// the ten models with their textures, the unused terrain preset and the default settings.
 // Usage: make-assets <output-dir>
+#include "Models.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -13,11 +16,16 @@ static const char* const kDefaultSettings = "G_GAMEMODESTRING=1024x768:24@60\n"
                                             "I_MOUSE_SENSYAW=3\n"
                                             "GAME_SPEED=1\n";
 
-static bool writeText(const fs::path& path, const char* text) {
+static bool writeSettings(const std::string& dir) {
+    const fs::path path = fs::path(dir) / "settings.ini";
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
+    out << kDefaultSettings;
     out.close();
-    return static_cast<bool>(out);
+    if (!out) {
+        std::fprintf(stderr, "make-assets: cannot write %s\n", path.c_str());
+        return false;
+    }
+    return true;
 }
 
 int main(int argc, char** argv) {
@@ -25,17 +33,24 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: make-assets <output-dir>\n");
         return 2;
     }
-    const fs::path dir(argv[1]);
+    const std::string dir = argv[1];
     std::error_code error;
     fs::create_directories(dir, error);
     if (error) {
-        std::fprintf(stderr, "make-assets: cannot create %s: %s\n", argv[1],
+        std::fprintf(stderr, "make-assets: cannot create %s: %s\n", dir.c_str(),
                      error.message().c_str());
         return 1;
     }
-    if (!writeText(dir / "settings.ini", kDefaultSettings)) {
-        std::fprintf(stderr, "make-assets: cannot write %s\n", (dir / "settings.ini").c_str());
-        return 1;
+    using Writer = bool (*)(const std::string&);
+    const Writer writers[] = {
+        writeSettings,           assets::writeTestSphere, assets::writeHerder,
+        assets::writeSheep,      assets::writeFlag,       assets::writeRocket,
+        assets::writeTerrain,    assets::writeSky,        assets::writeCanyon,
+        assets::writePowerPlant, assets::writeWolf,       assets::writeTerrainPreset,
+    };
+    bool ok = true;
+    for (Writer write : writers) {
+        ok = write(dir) && ok;
     }
-    return 0;
+    return ok ? 0 : 1;
 }

@@ -1,0 +1,178 @@
+// The level contract, measured on the generated files placed as the level places them: ground
+// where the characters start, the canyon floor under every waypoint, the power plant's plateau,
+// no holes in the play area, a walkable ramp from the den and a sky that encloses it all.
+#include "LevelMeshes.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using assets::kWaypoints;
+
+// Steepest slope a character may still walk up, in degrees.
+constexpr float kWalkableDegrees = 35.0f;
+// The far clipping distance of the renderer.
+constexpr float kFarPlane = 10000.0f;
+
+class LevelContentTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        terrain_ = load("Level01Boden3.fbx", assets::kTerrainPlacement);
+        canyon_ = load("Level01Version6.fbx", assets::kCanyonPlacement);
+        plant_ = load("Oeltank.fbx", assets::kPowerPlantPlacement);
+        std::vector<Triangle> all = terrain_;
+        all.insert(all.end(), canyon_.begin(), canyon_.end());
+        all.insert(all.end(), plant_.begin(), plant_.end());
+        ground_ = std::make_unique<VerticalRayCaster>(terrain_);
+        level_ = std::make_unique<VerticalRayCaster>(all);
+    }
+    static std::vector<Triangle> load(const char* file, const assets::Placement& placement) {
+        const ImportedModel m = importModel(dataFile(file));
+        return m.scene != nullptr ? placedTriangles(m.scene, placement) : std::vector<Triangle>();
+    }
+    // Height of the terrain alone at (x, z), NAN where there is none.
+    static float groundAt(float x, float z) {
+        const auto ys = ground_->hits(x, z);
+        return ys.empty() ? NAN : ys.front();
+    }
+    // The highest surface of terrain, canyon and power plant at (x, z).
+    static float topAt(float x, float z) {
+        const auto ys = level_->hits(x, z);
+        return ys.empty() ? NAN : ys.front();
+    }
+
+    static inline std::vector<Triangle> terrain_, canyon_, plant_;
+    static inline std::unique_ptr<VerticalRayCaster> ground_, level_;
+};
+
+TEST_F(LevelContentTest, MeadowCarriesTheGoalTheHerderAndTheFlock) {
+    ASSERT_FALSE(terrain_.empty());
+    EXPECT_NEAR(topAt(0, 0), 0.0f, 1.0f) << "the goal marker stands at the origin";
+    const aiVector3D h = assets::kHerderStart;
+    EXPECT_NEAR(topAt(h.x, h.z), 0.0f, 1.5f);
+    for (int i = 0; i < 6; ++i) {
+        const aiVector3D s = assets::sheepStart(i);
+        EXPECT_NEAR(topAt(s.x, s.z), 0.0f, 1.5f) << "sheep" << i;
+    }
+    // The goal zone is level enough to stand on everywhere.
+    for (float a = 0; a < 6.28f; a += 0.5f) {
+        EXPECT_NEAR(topAt(14.0f * std::cos(a), 14.0f * std::sin(a)), 0.0f, 1.5f) << a;
+    }
+}
+
+TEST_F(LevelContentTest, CanyonFloorRunsJustBelowEveryWaypoint) {
+    ASSERT_FALSE(canyon_.empty());
+    for (size_t i = 0; i < kWaypoints.size(); ++i) {
+        const aiVector3D& w = kWaypoints[i];
+        EXPECT_NEAR(topAt(w.x, w.z), w.y - assets::kFloorBelowWaypoint, 0.5f) << "W" << i;
+        // Within the arrival radius nothing hangs over the floor.
+        for (float a = 0; a < 6.28f; a += 0.8f) {
+            const float x = w.x + 2.0f * std::cos(a), z = w.z + 2.0f * std::sin(a);
+            const auto ys = level_->hits(x, z);
+            ASSERT_FALSE(ys.empty());
+            EXPECT_LT(ys.front(), w.y + 1.0f) << "W" << i << " at angle " << a;
+        }
+    }
+}
+
+TEST_F(LevelContentTest, CanyonWallsRiseAboveTheFloorOnBothSides) {
+    // Midway between W2 and W3 the walls stand well above the floor 12 units to either side.
+    const aiVector3D mid = (kWaypoints[2] + kWaypoints[3]) * 0.5f;
+    aiVector3D along = kWaypoints[3] - kWaypoints[2];
+    along.y = 0;
+    along.Normalize();
+    const aiVector3D side(-along.z, 0, along.x);
+    for (float s : {-11.0f, 11.0f}) {
+        const aiVector3D p = mid + side * s;
+        EXPECT_GT(topAt(p.x, p.z), mid.y + 4.0f) << s;
+    }
+}
+
+TEST_F(LevelContentTest, PowerPlantStandsOnItsPlateau) {
+    ASSERT_FALSE(plant_.empty());
+    const aiVector3D c = assets::kPowerPlantCentre;
+    EXPECT_NEAR(groundAt(c.x, c.z), 15.0f, 1.0f);
+    EXPECT_NEAR(groundAt(c.x + 30, c.z + 25), 15.0f, 1.0f);
+    float lowest = 1e9f, highest = -1e9f;
+    for (const Triangle& t : plant_) {
+        lowest = std::min({lowest, t.a.y, t.b.y, t.c.y});
+        highest = std::max({highest, t.a.y, t.b.y, t.c.y});
+    }
+    EXPECT_LT(lowest, 15.0f) << "its base reaches into the ground";
+    EXPECT_GT(lowest, 13.0f);
+    EXPECT_GT(highest, 40.0f) << "the chimney can be seen from afar";
+}
+
+TEST_F(LevelContentTest, GroundHasNoHoleInThePlayArea) {
+    int misses = 0;
+    for (float x = assets::kWorldMinX + 2; x < assets::kWorldMaxX - 2; x += 4.0f) {
+        for (float z = assets::kWorldMinZ + 2; z < assets::kWorldMaxZ - 2; z += 4.0f) {
+            misses += std::isnan(groundAt(x, z)) ? 1 : 0;
+        }
+    }
+    EXPECT_EQ(misses, 0);
+}
+
+TEST_F(LevelContentTest, BorderHillsCloseThePlayArea) {
+    for (float t = 0.05f; t < 1.0f; t += 0.1f) {
+        const float x = assets::kWorldMinX + t * (assets::kWorldMaxX - assets::kWorldMinX);
+        const float z = assets::kWorldMinZ + t * (assets::kWorldMaxZ - assets::kWorldMinZ);
+        EXPECT_GT(groundAt(x, assets::kWorldMinZ + 3), 25.0f);
+        EXPECT_GT(groundAt(x, assets::kWorldMaxZ - 3), 25.0f);
+        EXPECT_GT(groundAt(assets::kWorldMinX + 3, z), 25.0f);
+        EXPECT_GT(groundAt(assets::kWorldMaxX - 3, z), 25.0f);
+    }
+}
+
+// Slope in degrees between two points of the level's top surface.
+float slopeDegrees(float (*height)(float, float), const aiVector3D& a, const aiVector3D& b) {
+    const float rise = std::fabs(height(b.x, b.z) - height(a.x, a.z));
+    const float run = std::hypot(b.x - a.x, b.z - a.z);
+    return std::atan2(rise, run) * 180.0f / 3.1415927f;
+}
+
+TEST_F(LevelContentTest, DenRampClimbsToTheMeadowUnder35Degrees) {
+    const aiVector3D den = kWaypoints[0];
+    const aiVector3D top(-6.0f, 0.0f, 44.0f);
+    aiVector3D along = top - den;
+    along.y = 0;
+    const float length = along.Length();
+    along.Normalize();
+    const aiVector3D side(-along.z, 0, along.x);
+    float steepest = 0;
+    for (float s = 0; s + 1.0f <= length; s += 1.0f) {
+        for (float o : {-4.0f, 0.0f, 4.0f}) {
+            const aiVector3D a = den + along * s + side * o;
+            const aiVector3D b = den + along * (s + 1.0f) + side * o;
+            steepest = std::max(steepest, slopeDegrees(topAt, a, b));
+            steepest = std::max(steepest, slopeDegrees(topAt, a, a + side * 1.0f));
+        }
+    }
+    EXPECT_LT(steepest, kWalkableDegrees);
+    EXPECT_NEAR(topAt(top.x, top.z), 0.0f, 2.0f) << "the ramp ends on the meadow";
+}
+
+TEST(SkyTest, DomeEnclosesTheLevelFacingInwards) {
+    const ImportedModel m = importModel(dataFile("Sky.fbx"));
+    ASSERT_NE(m.scene, nullptr) << m.error;
+    const auto triangles = placedTriangles(m.scene, assets::kSkyPlacement);
+    ASSERT_FALSE(triangles.empty());
+    const aiVector3D centre = assets::kSkyPlacement.position;
+    float nearest = 1e9f, farthest = 0;
+    int outward = 0;
+    for (const Triangle& t : triangles) {
+        for (const aiVector3D* p : {&t.a, &t.b, &t.c}) {
+            nearest = std::min(nearest, (*p - centre).Length());
+            farthest = std::max(farthest, p->Length());
+        }
+        const aiVector3D normal = (t.b - t.a) ^ (t.c - t.a);
+        outward += normal * ((t.a + t.b + t.c) / 3.0f - centre) > 0 ? 1 : 0;
+    }
+    EXPECT_GT(nearest, 600.0f) << "beyond the corners of the play area";
+    EXPECT_LT(farthest, kFarPlane * 0.9f) << "inside the far plane";
+    EXPECT_EQ(outward, 0) << "every triangle faces the inside";
+}
+
+} // namespace
