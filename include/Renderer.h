@@ -1,5 +1,6 @@
 // Renderer: owns the fixed-function OpenGL state and draws one frame of the level: clear, one
-// positional light, the scene list (the HUD is a member) and the next redisplay request.
+// positional light, the camera behind the herder, the frustum for culling, the debug layer, the
+// scene list (the HUD is a member) and the lens flare, then asks for the next redisplay.
 // The window size and clip distances are program-wide values kept here; the reshape callback
 // and the Engine set them.
 #pragma once
@@ -8,22 +9,32 @@
 
 #include <GL/gl.h>
 
-class Scene;
+class Camera;
+class DebugLayer;
 class HUD;
+class Scene;
+class ViewFrustum;
 
 class Renderer {
 public:
     // Uses the given level (not owned) and sets up the OpenGL state; needs a current GL context.
     explicit Renderer(Scene* scene);
+    ~Renderer();
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
 
-    // Viewport and perspective projection for the current window size.
+    // Viewport, perspective projection and frustum proportions for the current window size.
     void reshape();
     // Draws one frame; the display callback swaps buffers afterwards.
     void render();
     // Resets the material colour and draws every object of the scene list.
     void drawScene();
+    // Debug primitives through display lists built once: base, torus, four rotating spheres.
+    void drawTestObjects(float angle);
 
     Scene* getScene() const { return scene_; }
+    Camera* getCamera() const { return camera_; }
+    const Vector3D& getLightPosition() const { return lightPosition_; }
 
     // Window size in pixels, stored by the reshape callback.
     static int windowWidth;
@@ -34,14 +45,25 @@ public:
     // windowWidth / windowHeight as a floating division (1 for an empty window).
     static double aspectRatio();
 
+    // Draw the debug layer each frame (the F9 switch).
     bool showDebug = false;
+    // Drawn when showDebug is set; supplied by the owner (not owned).
+    DebugLayer* debugLayer = nullptr;
+    // Culling volume, rebuilt from the camera every frame; created by program entry (not owned).
+    ViewFrustum* frustum = nullptr;
+    // Number of flare elements drawn in the last frame.
+    int flareElementsDrawn = 0;
 
 private:
     void initGL();
     void captureMatrices();
     void setupLight();
+    void followHerder();
+    void renderShadowed();
+    void shadowPass(bool lit);
 
     Scene* scene_;
+    Camera* camera_;
     HUD* overlay_;
     Vector3D cameraStart_;
     Vector3D lightPosition_;

@@ -28,6 +28,8 @@ public:
     float getFrameTime() const { return frameTime_; }
     List* getSceneList() const { return sceneList_; }
     Object3D* getPlayer() const { return player_; }
+    // Replaces the herder the camera follows (not owned).
+    void setPlayer(Object3D* player) { player_ = player; }
     HUD* getHud() const { return hud_; }
     Timer* getTimer() const { return timer_; }
     float getGameSeconds() const { return gameSeconds_; }

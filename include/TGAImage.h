@@ -55,6 +55,16 @@ enum TgaError : int {
     kTgaBadWeights = 19,
 };
 
+// What the reader refuses beyond the header fields themselves:
+// - mono images of other than 8 bits a pixel (12); 16-bit grey with alpha is not supported;
+// - any single buffer above 256 MiB (13), checked before the input is;
+// - an ID field, colour map or raw pixel block longer than the rest of the input (2), found
+//   before anything is allocated for it;
+// - RLE data shorter than the whole image needs even as runs of 128 pixels (2). RLE data that
+//   ends after a whole packet loads (0) with the missing pixels zero; data that ends inside a
+//   packet is 2; a packet reaching past the last pixel is corrupt (15).
+// Colour-map entries below colourMapFirst read as zero. On failure all buffers are null.
+
 // Reads a TGA file into image (its old buffers are not freed); 0 or an error code.
 int readTGA(TGAImage* image, const char* fileName);
 // Reads a TGA image from size bytes at data with the same checks as readTGA.
@@ -77,23 +87,28 @@ int writeTGATrueColour(const char* fileName, const uint8_t* pixels, int width, i
 int flipHorizontal(TGAImage* image);
 // Reverses the row order and toggles the top-to-bottom bit.
 int flipVertical(TGAImage* image);
-// Repacks every pixel at 16, 24 or 32 bits; colour-mapped and mono images become true-colour.
+// Repacks every pixel at 16, 24 or 32 bits; colour-mapped and mono images become true-colour,
+// and the descriptor's alpha bits follow the new depth (8 for 32 bits, 1 for 16, else 0).
 int convertDepth(TGAImage* image, int bits);
 // Replaces every index by its colour-map entry; the image becomes true-colour at the map depth.
+// Indices below colourMapFirst (never stored) or past the last entry are refused (16).
 int colourUnmap(TGAImage* image);
-// Turns a colour image into 8-bit mono: grey = (r * cr + g * cg + b * cb) / divisor, clamped.
+// Turns a colour image into 8-bit mono: grey = (r * cr + g * cg + b * cb) / divisor, clamped to
+// 0..255; a divisor of 0 or less is refused (19).
 int desaturate(TGAImage* image, int cr, int cg, int cb, int divisor);
 // desaturate with the ITU-R BT.601 luma weights.
 int desaturateRec601(TGAImage* image);
 // desaturate with the ITU-R BT.709 luma weights.
 int desaturateRec709(TGAImage* image);
-// desaturate with the ITU weights of the original TGA tools.
+// desaturate with the weights 0.2220, 0.7067, 0.0713 (ITU).
 int desaturateItu(TGAImage* image);
 // desaturate with equal weights.
 int desaturateAverage(TGAImage* image);
-// The colour at stored position (x, y); mono reads as grey, opaque. Null outputs are skipped.
+// The colour at stored position (x, y), or 18 outside the image; mono reads as opaque grey.
+// Null outputs are skipped.
 int getPixel(const TGAImage* image, int x, int y, uint8_t* b, uint8_t* g, uint8_t* r, uint8_t* a);
-// Stores a colour at (x, y): mono keeps its BT.601 grey, colour-mapped the entry equal to it.
+// Stores a colour at (x, y): mono keeps its BT.601 grey, colour-mapped images the index of the
+// stored map entry equal to it (16 when there is none).
 int putPixel(TGAImage* image, int x, int y, uint8_t b, uint8_t g, uint8_t r, uint8_t a);
 // Frees the three buffers and sets their pointers to null.
 void freeBuffers(TGAImage* image);

@@ -9,6 +9,7 @@
 #include "Renderer.h"
 #include "Scene.h"
 #include "SettingsFile.h"
+#include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
 #include <X11/Xlib.h>
@@ -99,6 +100,7 @@ int Program::run(int argc, char** argv) {
     Scene* scene = new Scene();
     engine->scene = scene;
     engine->renderer = new Renderer(scene);
+    engine->renderer->frustum = new ViewFrustum();
     scene->prepare();
     engine->setSettings(settings);
     engine->readSettings();

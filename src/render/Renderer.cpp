@@ -1,13 +1,23 @@
-// The frame: clear, light, scene list, redisplay. The start-up state also prepares the matrices
-// and depth texture of a shadow-mapped frame that stays switched off in this build.
+// The frame: clear, light, follow the herder, debug layer, scene list, lens flare, redisplay.
+// The start-up state also prepares the matrices and depth texture of a shadow-mapped frame that
+// stays switched off in this build (RendererShadow.cpp).
 #include "Renderer.h"
 
+#include "Camera.h"
+#include "CharacterController.h"
+#include "DebugLayer.h"
 #include "HUD.h"
+#include "LensFlare.h"
 #include "List.h"
+#include "Object3D.h"
+#include "PhysicsActor.h"
 #include "Scene.h"
+#include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
 #include <GL/glu.h>
+
+#include <cmath>
 
 int Renderer::windowWidth = 1024;
 int Renderer::windowHeight = 768;
@@ -18,6 +28,11 @@ static const Vector3D kWhite(1.0f, 1.0f, 1.0f);
 static const Vector3D kBlack(0.0f, 0.0f, 0.0f);
 static constexpr float kAmbientLevel = 0.2f;
 static constexpr float kShininess = 16.0f;
+static constexpr float kFieldOfView = 45.0f;
+// The camera follows this far behind the herder.
+static constexpr float kFollowDistance = 5.0f;
+// Switches the three-pass shadow-mapped frame on in place of the live frame.
+static constexpr bool kShadowFrame = false;
 
 // A colour vector as the four floats OpenGL takes, alpha 1.
 static void toColour(const Vector3D& v, GLfloat out[4]) {
@@ -35,9 +50,13 @@ double Renderer::aspectRatio() {
 }
 
 Renderer::Renderer(Scene* scene)
-    : scene_(scene), overlay_(HUD::getInstance()), cameraStart_(-2.5f, 3.5f, -2.5f),
-      lightPosition_(70.0f, 35.0f, 70.0f) {
+    : scene_(scene), camera_(new Camera()), overlay_(HUD::getInstance()),
+      cameraStart_(-2.5f, 3.5f, -2.5f), lightPosition_(70.0f, 35.0f, 70.0f) {
     initGL();
+}
+
+Renderer::~Renderer() {
+    delete camera_;
 }
 
 void Renderer::initGL() {
@@ -100,9 +119,13 @@ void Renderer::reshape() {
     glViewport(0, 0, windowWidth, windowHeight);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
-    gluPerspective(45.0, aspectRatio(), nearClip, farClip);
+    gluPerspective(kFieldOfView, aspectRatio(), nearClip, farClip);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
+    if (frustum != nullptr) {
+        frustum->setCamInternals(kFieldOfView, static_cast<float>(aspectRatio()),
+                                 static_cast<float>(nearClip), static_cast<float>(farClip));
+    }
 }
 
 // Light 1 is first set dim and then raised to full diffuse and specular before any geometry:
@@ -125,12 +148,49 @@ void Renderer::setupLight() {
     glLightfv(GL_LIGHT1, GL_SPECULAR, white);
 }
 
+// The camera behind the herder (at its controller's capsule when it has one), looking at it,
+// and the frustum rebuilt with the same eye and target.
+void Renderer::followHerder() {
+    Object3D* herder = scene_ != nullptr ? scene_->getPlayer() : nullptr;
+    if (herder == nullptr) {
+        return;
+    }
+    const Vector3D target = herder->controller != nullptr
+                                ? herder->controller->getActor()->getGlobalPosition()
+                                : herder->position;
+    camera_->target = target;
+    Vector3D behind = herder->direction;
+    const float length = std::sqrt(Vector3D::dot(behind, behind));
+    if (length > 0.0f) {
+        behind *= 1.0f / length;
+    }
+    camera_->setPosition(target + behind * kFollowDistance);
+    camera_->up = herder->up;
+    camera_->draw();
+    if (frustum != nullptr) {
+        const Vector3D& p = camera_->position;
+        const Vector3D eye(p.x, p.y + camera_->height + Camera::kLift, p.z);
+        const Vector3D centre(target.x, target.y + Camera::kLift, target.z);
+        frustum->setCamDef(eye, centre, camera_->up);
+    }
+}
+
 void Renderer::render() {
+    if (kShadowFrame) {
+        renderShadowed();
+        return;
+    }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glutSetCursor(GLUT_CURSOR_NONE);
     glLoadIdentity();
     setupLight();
+    followHerder();
+    if (showDebug && debugLayer != nullptr) {
+        debugLayer->draw();
+    }
     drawScene();
+    flareElementsDrawn =
+        frustum != nullptr ? LensFlare::drawFlare(lightPosition_, *camera_, *frustum) : 0;
     glutPostRedisplay();
 }
 
@@ -142,4 +202,60 @@ void Renderer::drawScene() {
     if (scene_ != nullptr && scene_->getSceneList() != nullptr) {
         scene_->getSceneList()->drawAll();
     }
+}
+
+// Debug primitives, each compiled into a display list the first time it is needed.
+static GLuint buildList(void (*issue)()) {
+    const GLuint list = glGenLists(1);
+    glNewList(list, GL_COMPILE);
+    issue();
+    glEndList();
+    return list;
+}
+
+static void issueSpheres() {
+    glColor3f(0, 1, 0);
+    glPushMatrix();
+    const GLfloat steps[4][3] = {{0.45f, 1, 0.45f}, {-0.9f, 0, 0}, {0, 0, -0.9f}, {0.9f, 0, 0}};
+    for (const auto& step : steps) {
+        glTranslatef(step[0], step[1], step[2]);
+        glutSolidSphere(0.2, 24, 24);
+    }
+    glPopMatrix();
+}
+
+static void issueTorus() {
+    glColor3f(1, 0, 0);
+    glPushMatrix();
+    glTranslatef(0, 0.5f, 0);
+    glRotatef(90, 1, 0, 0);
+    glutSolidTorus(0.2, 0.5, 24, 48);
+    glPopMatrix();
+}
+
+static void issueBase() {
+    glColor3f(0, 0, 1);
+    glPushMatrix();
+    glScalef(1, 0.05f, 1);
+    glutSolidCube(3);
+    glPopMatrix();
+}
+
+void Renderer::drawTestObjects(float angle) {
+    static GLuint spheres = 0, torus = 0, base = 0;
+    if (spheres == 0) {
+        spheres = buildList(issueSpheres);
+    }
+    if (torus == 0) {
+        torus = buildList(issueTorus);
+    }
+    if (base == 0) {
+        base = buildList(issueBase);
+    }
+    glCallList(base);
+    glCallList(torus);
+    glPushMatrix();
+    glRotatef(angle, 0, 1, 0);
+    glCallList(spheres);
+    glPopMatrix();
 }

@@ -86,7 +86,7 @@ int checkImageType(const TGAImage& image) {
     return kTgaOk;
 }
 
-int checkColourMapSpec(const TGAImage& image) {
+int checkColourMapFields(const TGAImage& image) {
     if (image.colourMapType != 1) {
         return kTgaOk;
     }
@@ -113,7 +113,7 @@ int checkPixelDepth(const TGAImage& image) {
 }
 
 int checkHeader(const TGAImage& image) {
-    int (*const checks[])(const TGAImage&) = {checkMapType, checkImageType, checkColourMapSpec,
+    int (*const checks[])(const TGAImage&) = {checkMapType, checkImageType, checkColourMapFields,
                                               checkDimensions, checkPixelDepth};
     for (auto check : checks) {
         if (const int code = check(image)) {

@@ -9,8 +9,6 @@
 
 namespace tga {
 
-// The fixed header in front of every TGA file.
-constexpr size_t kHeaderSize = 18;
 // The largest buffer any operation allocates; larger images are refused as out of memory.
 constexpr size_t kMaxAllocation = size_t(256) * 1024 * 1024;
 // A packet of either kind covers 1 to 128 pixels.
@@ -31,7 +29,7 @@ bool isMono(const TGAImage& image);
 // Header checks in the order the reader meets the fields; each returns 0 or its error code.
 int checkMapType(const TGAImage& image);
 int checkImageType(const TGAImage& image);
-int checkColourMapSpec(const TGAImage& image);
+int checkColourMapFields(const TGAImage& image);
 int checkDimensions(const TGAImage& image);
 int checkPixelDepth(const TGAImage& image);
 // All of the above in order; the writer validates with it.

@@ -90,7 +90,7 @@ int readHeader(Source& in, TGAImage& image) {
         !in.readByte(&image.colourMapDepth)) {
         return kTgaShortRead;
     }
-    if (const int code = tga::checkColourMapSpec(image)) {
+    if (const int code = tga::checkColourMapFields(image)) {
         return code;
     }
     if (!in.read16(&image.originX) || !in.read16(&image.originY) || !in.read16(&image.width) ||

@@ -1,0 +1,156 @@
+// herder-bench: how long the level's ten models take to load, and to draw in each render mode,
+// against the ceiling of clearing and swapping alone in the same run. Run it from a data folder
+// under an X display at 1024x768 (scripts/bench.sh does both).
+#include "Engine.h"
+#include "FBXModel.h"
+#include "InputManager.h"
+#include "Renderer.h"
+
+#include <GL/freeglut.h>
+#include <GL/glu.h>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kWidth = 1024;
+constexpr int kHeight = 768;
+constexpr int kWarmUpFrames = 5;
+constexpr int kMeasuredFrames = 60;
+
+using Clock = std::chrono::steady_clock;
+
+double msSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+// A model of the level with where it stands: turn about y, then position.
+struct Placed {
+    const char* name;
+    std::unique_ptr<FBXModel> model;
+    float turn;
+    float x, y, z;
+};
+
+std::unique_ptr<FBXModel> load(const char* file, const char* texture, float scale, ModelKind kind,
+                               bool preset, double* ms) {
+    const auto start = Clock::now();
+    auto model = preset ? std::make_unique<FBXModel>(kind)
+                        : std::make_unique<FBXModel>(file, texture, scale);
+    *ms = msSince(start);
+    return model;
+}
+
+std::vector<Placed> loadLevel() {
+    struct Entry {
+        const char* name;
+        const char* file;
+        const char* texture;
+        float scale;
+        ModelKind kind;
+        bool preset;
+        float turn, x, y, z;
+    };
+    const Entry entries[] = {
+        {"test sphere", "", "", 0, ModelKind::TestSphere, true, 0, 3, 1, -8},
+        {"herder", "", "", 0, ModelKind::Herder, true, 0, 0, 1, 0},
+        {"sheep", "", "", 0, ModelKind::Sheep, true, 90, -4, 0.8f, -6},
+        {"flag", "", "", 0, ModelKind::Flag, true, 0, 2, 0.5f, -3},
+        {"rocket", "", "", 0, ModelKind::Rocket, true, 0, 1, 2, -2},
+        {"terrain", "Level01Boden3.fbx", "Terrain2.tga", 0.015f, ModelKind::Flag, false, 90, -285,
+         10, -275},
+        {"sky", "", "", 0, ModelKind::Sky, true, 0, 0, -20, 0},
+        {"canyon", "Level01Version6.fbx", "orange.tga", 0.015f, ModelKind::Flag, false, 90, -270,
+         15.5f, -350},
+        {"power plant", "Oeltank.fbx", "Oeltank.tga", 0.02f, ModelKind::Flag, false, 0, -110, 15,
+         -240},
+        {"wolf", "", "", 0, ModelKind::Wolf, true, 90, -12, 1.5f, -14},
+    };
+    std::vector<Placed> level;
+    double total = 0;
+    std::printf("| model | triangles | load (ms) |\n|---|---|---|\n");
+    for (const Entry& e : entries) {
+        double ms = 0;
+        auto model = load(e.file, e.texture, e.scale, e.kind, e.preset, &ms);
+        total += ms;
+        std::printf("| %s | %d | %.1f |\n", e.name, model->vertexCount / 3, ms);
+        level.push_back({e.name, std::move(model), e.turn, e.x, e.y, e.z});
+    }
+    std::printf("| all ten | | %.1f |\n\n", total);
+    return level;
+}
+
+void lookFromTheHerder() {
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    gluLookAt(0, 4, 8, 0, 2, -10, 0, 1, 0);
+    const GLfloat light[4] = {70, 35, 70, 1};
+    glLightfv(GL_LIGHT1, GL_POSITION, light);
+    glEnable(GL_LIGHT1);
+    glEnable(GL_LIGHTING);
+}
+
+// Mean milliseconds per frame of clear, optional drawing, swap and finish.
+double frameTime(std::vector<Placed>* level) {
+    Clock::time_point start;
+    for (int frame = 0; frame < kWarmUpFrames + kMeasuredFrames; ++frame) {
+        if (frame == kWarmUpFrames) {
+            start = Clock::now();
+        }
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        if (level != nullptr) {
+            lookFromTheHerder();
+            for (Placed& p : *level) {
+                glPushMatrix();
+                glTranslatef(p.x, p.y, p.z);
+                glRotatef(p.turn, 0, 1, 0);
+                p.model->advanceAnimation(0.016f);
+                p.model->draw();
+                glPopMatrix();
+            }
+        }
+        glutSwapBuffers();
+        glFinish();
+    }
+    return msSince(start) / kMeasuredFrames;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_DOUBLE | GLUT_DEPTH);
+    glutInitWindowSize(kWidth, kHeight);
+    glutCreateWindow("herder-bench");
+    Renderer::windowWidth = kWidth;
+    Renderer::windowHeight = kHeight;
+    Engine* engine = Engine::getInstance();
+    Renderer renderer(nullptr);
+    renderer.reshape();
+    std::printf("GL renderer: %s\n\n", reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
+    std::vector<Placed> level = loadLevel();
+
+    const double ceiling = frameTime(nullptr);
+    std::printf("| frame at %dx%d | ms | fps |\n|---|---|---|\n", kWidth, kHeight);
+    std::printf("| clear and swap only (ceiling) | %.2f | %.0f |\n", ceiling, 1000.0 / ceiling);
+    const char* names[] = {"immediate", "vertex arrays", "buffer objects"};
+    for (int mode = 0; mode < 3; ++mode) {
+        if (mode == FBXModel::kBufferObjects && !engine->hasVertexBufferObjects) {
+            continue;
+        }
+        for (bool lists : {false, true}) {
+            InputManager::getInstance()->displayLists = lists;
+            for (Placed& p : level) {
+                p.model->setRenderMode(mode);
+            }
+            const double ms = frameTime(&level);
+            std::printf("| ten models, %s%s | %.2f | %.0f |\n", names[mode],
+                        lists ? ", display lists" : "", ms, 1000.0 / ms);
+        }
+    }
+    return 0;
+}

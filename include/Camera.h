@@ -1,0 +1,33 @@
+// Camera: the third-person view. The renderer keeps it behind the herder every frame; the mouse
+// raises and lowers it through `height`, which is clamped whenever the view is applied.
+#pragma once
+
+#include "Object3D.h"
+
+class Camera : public Object3D {
+public:
+    // Height offsets beyond this are clamped back when the view is applied.
+    static constexpr float kHeightLimit = 3.0f;
+    // Eye and target are both lifted by this much above the followed point.
+    static constexpr float kLift = 2.0f;
+
+    // At the origin looking down -z.
+    Camera();
+    // Looking towards the given target, normalised.
+    explicit Camera(const Vector3D& target);
+    // At the given position looking at the given target (both unchanged).
+    Camera(const Vector3D& target, const Vector3D& position);
+
+    // Clamps the height offset and issues gluLookAt; takes the place of drawing.
+    void draw() override { look(); }
+    void look();
+    // Whether the point is in front of (or on) what has been drawn at its pixel.
+    bool isVisible(const Vector3D& point) const;
+
+    Vector3D target{0.0f, 0.0f, -1.0f};
+    float height = 0.0f;
+    float spare = 0.0f;
+    Vector3D startTarget{0.0f, 0.0f, -1.0f};
+    Vector3D cameraUp{0.0f, 1.0f, 0.0f};
+    Vector3D right{1.0f, 0.0f, 0.0f};
+};

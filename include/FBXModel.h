@@ -1,0 +1,162 @@
+// FBXModel: one model file and one TGA texture turned into flat triangle arrays that OpenGL
+// draws in one of three render modes (immediate, vertex arrays, ARB buffer objects), optionally
+// through display lists. Skinned models get 31 vertex frames computed once at load time and are
+// drawn as a blend between two of them. Models are shared by every object that shows them.
+#pragma once
+
+#include <GL/gl.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct aiMesh;
+struct aiNode;
+struct aiScene;
+namespace Assimp {
+class Importer;
+}
+
+// The preset models: each names its own file, texture, animation and scale.
+enum class ModelKind { Flag, Rocket, Sheep, Herder, Sky, TestSphere, Terrain, Wolf };
+
+class FBXModel {
+public:
+    // Render modes.
+    static constexpr int kImmediate = 0;
+    static constexpr int kVertexArrays = 1;
+    static constexpr int kBufferObjects = 2;
+    // Frames of a skinned model, both ends of the take included.
+    static constexpr int kSkinFrames = 31;
+    // Seconds after which advanceAnimation steps to the next frame.
+    static constexpr float kFrameStep = 0.0125f;
+
+    // An empty model; copies the render-mode, filter and display-list settings of the engine.
+    FBXModel();
+    // Loads fbxFile with textureFile, then sets the drawing scale.
+    FBXModel(const std::string& fbxFile, const std::string& textureFile, float scale);
+    // One of the preset models.
+    explicit FBXModel(ModelKind kind);
+    // Releases the display lists, buffers and texture (the game never destroys models).
+    ~FBXModel();
+    FBXModel(const FBXModel&) = delete;
+    FBXModel& operator=(const FBXModel&) = delete;
+
+    // Imports the file, builds the flat arrays, uploads the texture and prepares buffers and
+    // frames; logs each step. A failed import leaves the model empty.
+    void loadModel(const std::string& fileName);
+    // The same from bytes in memory; `name` is used for the log and to pick the format.
+    void loadModelFromMemory(const void* data, size_t size, const std::string& name);
+    // Whole-word search of the GL extension string.
+    static bool isExtensionSupported(const char* name);
+    // Binds the texture and sets its filters from filterMode.
+    void applyTextureFilter();
+
+    // Draws the model in its render mode at its scale (the caller's matrix is kept).
+    void draw();
+    // Draws the bind pose instead of the run frames: the still pose of idle characters.
+    void drawStill();
+    // Applies the model's own material overrides, where switched on, to `face`.
+    void applyMaterial(GLenum face) const;
+    // Switches render mode, deleting and building the lists and buffers that mode needs.
+    void setRenderMode(int mode);
+    // Adds seconds to the frame clock; steps at most one frame once it passes kFrameStep.
+    void advanceAnimation(float seconds);
+    // End of loading: buffer-object entry points and, for skinned models, the frames.
+    void prepareBuffersAndFrames();
+    void buildDisplayList(int mode);
+    void deleteDisplayList(int mode);
+    void createBuffers();
+    void deleteBuffers();
+
+    // The positions to draw now: frame blend for skinned models, else the bind pose.
+    const float* currentPositions();
+
+    // Texture pixels kept from the reader until the upload: 24-bit BGR, bottom row first.
+    struct TextureImage {
+        int width = 0;
+        int height = 0;
+        std::vector<uint8_t> pixels;
+    };
+
+    // Loading results (read by physics cooking and the tests).
+    std::vector<double> controlPoints;  // 4 per control point
+    std::vector<double> controlNormals; // 4 per control point
+    std::vector<float> controlUVs;      // 2 per control point
+    TextureImage textureImage;
+    std::string textureFile;
+    int controlPointCount = 0;
+    int polygonCount = 0;
+    int vertexCount = 0;
+    int maxPolygonSize = 0;
+    std::vector<int> polygonSizes;
+    std::vector<std::vector<int>> polygonVertexIndices;
+    std::vector<std::vector<int>> polygonUVIndices;
+    std::vector<float> vertices;  // 3 per polygon vertex
+    std::vector<float> normals;   // 3 per polygon vertex
+    std::vector<float> texCoords; // 2 per polygon vertex
+    GLuint textureId = 0;
+    float scale = 1.0f;
+
+    // Drawing state.
+    int renderMode = 0;
+    int requestedMode = 0;
+    int filterMode = 0;
+    int linearFilter = 0;
+    bool useDisplayList = false;
+    bool animated = false;
+    bool vboSupported = false;
+    bool textured = true;
+    // Cleared to hide every object that shows this model (the F2 switch).
+    bool visible = true;
+    // Whether the model has a still pose to show while its object stands idle (skinned models).
+    bool hasStillPose = false;
+    // Material overrides applied by objects that draw the model.
+    GLfloat colour[4] = {1, 1, 1, 1};
+    GLfloat ambient[4] = {0.2f, 0.2f, 0.2f, 1};
+    GLfloat diffuse[4] = {0.8f, 0.8f, 0.8f, 1};
+    GLfloat specular[4] = {0, 0, 0, 1};
+    GLfloat shininess = 0.0f;
+    bool useColour = false;
+    bool useAmbient = false;
+    bool useDiffuse = false;
+    bool useSpecular = false;
+    bool useShininess = false;
+
+    // Skinned frames.
+    int frameCount = 0;
+    int currentFrame = 0;
+    float frameTime = 0.0f;
+    std::vector<std::vector<float>> frames;
+
+    // Lists and buffers per render mode.
+    GLuint displayLists[3] = {0, 0, 0};
+    bool listBuilt[3] = {false, false, false};
+    GLuint buffers[3] = {0, 0, 0}; // positions, normals, texture coordinates
+    bool buffersCreated = false;
+
+private:
+    // Loading steps: a fresh importer, then either the scene's contents or the failure log.
+    bool createImporter();
+    void finishLoading(const aiScene* scene, const std::string& name);
+    void importScene(const aiScene* scene);
+    void readMesh(const aiScene* scene, const aiMesh* mesh, const aiNode* node);
+    void readPolygonTables(const aiMesh* mesh);
+    void loadTexture();
+    void buildFlatArrays();
+    void uploadTexture();
+    void computeFrames(const aiScene* scene);
+    void drawImmediate(const float* positions);
+    void drawArrays(const float* positions);
+    void drawBuffers();
+    void streamPositions();
+    void syncSettings();
+
+    // The importer and its scene live from the import to the end of loading.
+    std::unique_ptr<Assimp::Importer> importer_;
+    const aiMesh* mesh_ = nullptr;
+    const aiNode* meshNode_ = nullptr;
+    std::vector<float> blended_;
+};

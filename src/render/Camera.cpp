@@ -1,0 +1,51 @@
+// The follow camera's view transform and its depth-buffer visibility test.
+#include "Camera.h"
+
+#include <GL/glu.h>
+
+#include <algorithm>
+#include <cmath>
+
+// Depth tolerance of isVisible: a point this close behind the stored depth still counts.
+static constexpr double kDepthTolerance = 0.001;
+
+Camera::Camera() {
+    startTarget = target;
+    direction = target;
+    velocity = Vector3D(0, 0, 0);
+    acceleration = Vector3D(0, 0, 0);
+}
+
+Camera::Camera(const Vector3D& t) : Camera() {
+    const float length = std::sqrt(Vector3D::dot(t, t));
+    target = length > 0.0f ? t * (1.0f / length) : t;
+    startTarget = target;
+    direction = target;
+}
+
+Camera::Camera(const Vector3D& t, const Vector3D& p) : Camera() {
+    target = t;
+    startTarget = t;
+    direction = t;
+    position = p;
+}
+
+void Camera::look() {
+    height = std::clamp(height, -kHeightLimit, kHeightLimit);
+    gluLookAt(position.x, position.y + height + kLift, position.z, target.x, target.y + kLift,
+              target.z, up.x, up.y, up.z);
+}
+
+bool Camera::isVisible(const Vector3D& point) const {
+    GLint viewport[4];
+    GLdouble modelview[16], projection[16];
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    glGetDoublev(GL_MODELVIEW_MATRIX, modelview);
+    glGetDoublev(GL_PROJECTION_MATRIX, projection);
+    GLdouble winX = 0, winY = 0, winZ = 0;
+    gluProject(point.x, point.y, point.z, modelview, projection, viewport, &winX, &winY, &winZ);
+    GLfloat depth = 0.0f;
+    glReadPixels(static_cast<GLint>(winX), static_cast<GLint>(winY), 1, 1, GL_DEPTH_COMPONENT,
+                 GL_FLOAT, &depth);
+    return winZ <= depth + kDepthTolerance;
+}

@@ -1,0 +1,160 @@
+// The base scene object: transform from its physics body or its own state, material overrides,
+// culling against the view frustum, and free flight for objects without a body.
+#include "Object3D.h"
+
+#include "CharacterController.h"
+#include "Engine.h"
+#include "FBXModel.h"
+#include "InputManager.h"
+#include "PhysicsActor.h"
+#include "Renderer.h"
+#include "ViewFrustum.h"
+
+#include <cmath>
+
+static constexpr float kPi = 3.1415927f;
+// A controller's capsule centre sits this far above the model's origin.
+static constexpr float kControllerDrawDrop = -0.5f;
+// The herder's model faces -x; this turn makes it face its heading.
+static constexpr float kHerderModelTurn = -90.0f;
+
+Object3D::Object3D() {
+    active = true;
+}
+
+void Object3D::setColour(float r, float g, float b, float a) {
+    colour[0] = r;
+    colour[1] = g;
+    colour[2] = b;
+    colour[3] = a;
+    useColour = true;
+}
+
+static void setFour(GLfloat* out, float r, float g, float b, float a) {
+    out[0] = r;
+    out[1] = g;
+    out[2] = b;
+    out[3] = a;
+}
+
+void Object3D::setAmbient(float r, float g, float b, float a) {
+    setFour(ambient, r, g, b, a);
+    useAmbient = true;
+}
+
+void Object3D::setDiffuse(float r, float g, float b, float a) {
+    setFour(diffuse, r, g, b, a);
+    useDiffuse = true;
+}
+
+void Object3D::setSpecular(float r, float g, float b, float a) {
+    setFour(specular, r, g, b, a);
+    useSpecular = true;
+}
+
+void Object3D::setShininess(float s) {
+    shininess = s;
+    useShininess = true;
+}
+
+void Object3D::stop() {
+    velocity = Vector3D(0, 0, 0);
+    acceleration = Vector3D(0, 0, 0);
+    stopped = true;
+}
+
+void Object3D::turn(float degrees) {
+    const float a = degrees * kPi / 180.0f;
+    const float c = std::cos(a), s = std::sin(a);
+    const Vector3D d = direction;
+    direction.x = c * d.x + s * d.z;
+    direction.z = -s * d.x + c * d.z;
+    rotationY += degrees;
+}
+
+void Object3D::update(float dt) {
+    if (controller != nullptr) {
+        position = controller->getActor()->getGlobalPosition();
+        walkVector = Vector3D(0, 0, 0);
+        return;
+    }
+    if (actor != nullptr) {
+        position = actor->getGlobalPosition();
+        return;
+    }
+    velocity = velocity + acceleration * dt;
+    previousPosition = position;
+    position = position + velocity * dt;
+}
+
+void Object3D::applyTransform() {
+    GLfloat pose[16];
+    if (controller != nullptr) {
+        controller->getActor()->getGlobalPose(pose);
+        glMultMatrixf(pose);
+        glTranslatef(0.0f, kControllerDrawDrop, 0.0f);
+        glRotatef(rotationX, 1, 0, 0);
+        glRotatef(rotationY, 0, 1, 0);
+        if (type == kHerder) {
+            glRotatef(kHerderModelTurn, 0, 1, 0);
+        }
+        glRotatef(rotationZ, 0, 0, 1);
+        return;
+    }
+    if (actor != nullptr) {
+        actor->getGlobalPose(pose);
+        glMultMatrixf(pose);
+        return;
+    }
+    glTranslatef(position.x, position.y, position.z);
+    glRotatef(rotationX, 1, 0, 0);
+    glRotatef(rotationY, 0, 1, 0);
+    glRotatef(rotationZ, 0, 0, 1);
+}
+
+bool Object3D::culled() const {
+    if (!InputManager::getInstance()->switchF8 || cullRadius <= 0.0f) {
+        return false;
+    }
+    const Renderer* renderer = Engine::getInstance()->renderer;
+    if (renderer == nullptr || renderer->frustum == nullptr) {
+        return false;
+    }
+    return renderer->frustum->sphereInFrustum(position, cullRadius) == ViewFrustum::kOutside;
+}
+
+void Object3D::applyMaterial() {
+    if (useColour) {
+        glColor4fv(colour);
+    }
+    if (useAmbient) {
+        glMaterialfv(materialFace, GL_AMBIENT, ambient);
+    }
+    if (useDiffuse) {
+        glMaterialfv(materialFace, GL_DIFFUSE, diffuse);
+    }
+    if (useSpecular) {
+        glMaterialfv(materialFace, GL_SPECULAR, specular);
+    }
+    if (useShininess) {
+        glMaterialf(materialFace, GL_SHININESS, shininess);
+    }
+}
+
+void Object3D::draw() {
+    if (!visible || culled()) {
+        return;
+    }
+    glDisable(GL_COLOR_MATERIAL);
+    applyTransform();
+    applyMaterial();
+    if (model == nullptr) {
+        return;
+    }
+    model->applyMaterial(materialFace);
+    if (staticPose && model->hasStillPose) {
+        model->drawStill();
+    } else {
+        model->draw();
+    }
+}
