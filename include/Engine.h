@@ -5,6 +5,7 @@
 #include "Singleton.h"
 #include "Vector3D.h"
 
+class Object3D;
 class PhysicsWorld;
 class Renderer;
 class Scene;
@@ -40,7 +41,13 @@ public:
     Scene* scene = nullptr;
     bool hasVertexBufferObjects = false;
     int frameCount = 0;
+    // The herder's walking displacement of the last input step, before the controller factor.
+    Vector3D lastMove;
 
 private:
+    void turnAndLook(Object3D* herder, float dt);
+    void walk(Object3D* herder);
+    void placeMarker(Object3D* herder);
+
     SettingsFile* settings_ = nullptr;
 };

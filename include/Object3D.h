@@ -54,6 +54,15 @@ public:
     void setDiffuse(float r, float g, float b, float a);
     void setSpecular(float r, float g, float b, float a);
     void setShininess(float s);
+    // Asks the physics world for a dynamic capsule actor for this object.
+    void createCapsuleActor(float height, float radius);
+    // Asks the physics world for a capsule controller, placed half its height above the object's
+    // position, with its collision switched on.
+    void createController(float height, float radius);
+    // Moves the controller by walkVector x dt x 5 x game speed plus the world's gravity.
+    void moveController(float dt);
+    // Turns the actor to `degrees` about the vertical axis.
+    void rotateActor(float degrees);
     // Clears velocity and acceleration and marks the object stopped.
     void stop();
     // Turns the facing direction about y and adds the angle to the heading.

@@ -6,6 +6,7 @@
 #include "Vector3D.h"
 
 class btCollisionObject;
+class btCollisionShape;
 class Object3D;
 
 class PhysicsActor {
@@ -22,13 +23,30 @@ public:
     // Sets the body's orientation to a turn of `degrees` about the vertical axis.
     void setGlobalOrientationY(float degrees);
 
+    // Pushes a dynamic body: the force acts over one fixed step (an impulse of force x step).
+    void addForce(const Vector3D& force);
+    // Linear velocity of a dynamic body (zero for others).
+    Vector3D getLinearVelocity() const;
+
     btCollisionObject* body() const { return body_; }
 
     // Actor group (2 wolves, 3 sheep, 4 rockets, 6 terrain and plant, 10 canyon).
     int group = 0;
     // The scene object this body belongs to (not owned).
     Object3D* userData = nullptr;
+    // Where the body's centre lies in the actor's own frame. A capsule actor stands on its origin
+    // while its body (a plain capsule, so that swept collision works) is centred above it.
+    float lift = 0.0f;
+    // Collision filtering group of the body's shape (9 for particles).
+    int shapeGroup = 0;
+    // What this body is to a moving character controller: level geometry, another controller's
+    // capsule, or nothing that blocks (rockets, particles).
+    unsigned controllerClass = 0;
+    // The shape made for this body alone, freed with it (null for shared shapes).
+    btCollisionShape* ownedShape = nullptr;
 
 private:
+    void syncBody();
+
     btCollisionObject* body_;
 };

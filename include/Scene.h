@@ -2,6 +2,8 @@
 // the HUD, the frame timer and the clocks, and runs the per-frame world update.
 #pragma once
 
+#include "Vector3D.h"
+
 #include <vector>
 
 class AISheep;
@@ -17,11 +19,13 @@ public:
     // Builds the whole level (init) and starts the per-frame clocks.
     Scene();
 
-    // Builds the level: HUD, objects, timer. A timer failure is logged and the level goes on.
+    // Builds the level: models, scenery with its collision, goal marker, herder, HUD, flag,
+    // timer. A failure is logged and the level goes on with what it has.
     void init();
-    // Called once after the graphics start-up, before the first cycle.
+    // Called once after the graphics start-up: brings the render mode in line with the input.
     void prepare();
-    // The per-frame world update: timing, clocks and counters, then every object of the list.
+    // The per-frame world update: timing, controllers, physics, clocks, render mode, animation,
+    // then every object of the list.
     void update();
 
     void setFrameTime(float dt) { frameTime_ = dt; }
@@ -35,10 +39,23 @@ public:
     float getGameSeconds() const { return gameSeconds_; }
     int getWolfCount() const { return wolfCount_; }
     int getSheepCount() const { return sheepCount_; }
+    const std::vector<FBXModel*>& getModels() const { return models_; }
+    FBXModel* getBallModel() const { return ballModel_; }
+    Object3D* getFlag() const { return flag_; }
+    int getLastRenderMode() const { return lastRenderMode_; }
 
 private:
     // Appends to the scene list; the first node appended becomes its head.
     void append(Node* node);
+    void loadModels();
+    void placeScenery();
+    // A static piece of the level: its cooked mesh turned and moved into place.
+    Object3D* scenery(const char* name, FBXModel* model, int group, float turn, const Vector3D& at);
+    void placeHerder();
+    // Tells every model a changed render mode (buffer objects need the driver's support).
+    void applyRenderMode();
+    // Moves every active object that has a character controller.
+    void moveControllers(float dt);
     // Once a second: the FPS figure and the game clock.
     void countSecond();
 

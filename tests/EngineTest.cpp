@@ -156,18 +156,6 @@ TEST_F(EngineTest, FrameCountFollowsDisplayEvents) {
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 
-TEST_F(EngineTest, SceneStartsWithTheHudAndLogsItsSetUp) {
-    Scene scene;
-    ASSERT_NE(scene.getSceneList(), nullptr);
-    EXPECT_EQ(scene.getSceneList()->head(), HUD::getInstance());
-    EXPECT_EQ(scene.getHud(), HUD::getInstance());
-    EXPECT_EQ(scene.getGameSeconds(), 0.0f);
-    EXPECT_EQ(scene.getWolfCount(), 0);
-    const auto lines = readLines("log.txt");
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "initialising scene"), 2);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "timer could not be initialised."), 0);
-}
-
 TEST_F(EngineTest, SceneLogsATimerFailureAndGoesOn) {
     manualAvailable = false;
     Scene scene;

@@ -44,6 +44,16 @@ inline float pointSetGap(const std::vector<aiVector3D>& a, const std::vector<aiV
     return std::max(oneWay(a, b), oneWay(b, a));
 }
 
+// Length of the diagonal of the points' bounding box.
+inline float extent(const std::vector<aiVector3D>& points) {
+    aiVector3D low(1e30f), high(-1e30f);
+    for (const aiVector3D& p : points) {
+        low = aiVector3D(std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z));
+        high = aiVector3D(std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z));
+    }
+    return (high - low).Length();
+}
+
 // Consecutive triples of a flat array as points.
 inline std::vector<aiVector3D> asPoints(const std::vector<float>& flat) {
     std::vector<aiVector3D> points;

@@ -1,12 +1,19 @@
 // The game cycle and its input step.
 #include "Engine.h"
 
+#include "Camera.h"
+#include "CharacterController.h"
+#include "FBXModel.h"
 #include "HUD.h"
 #include "InputManager.h"
+#include "List.h"
 #include "Logfile.h"
+#include "Object3D.h"
+#include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "Scene.h"
 #include "SettingsFile.h"
+#include "Timer.h"
 
 #include <GL/gl.h>
 
@@ -18,6 +25,14 @@ static const char* const kLostText = "you lost. hah. press ESC to exit.";
 static constexpr float kResultSeconds = 1000.0f;
 static constexpr int kNearClip = 1;
 static constexpr int kFarClip = 10000;
+// Input step: degrees per second of turning, walk factor, controller factor, move settings.
+static constexpr float kTurnRate = 20.0f;
+static constexpr float kWalkFactor = 3.0f;
+static constexpr float kControllerFactor = 0.8f;
+static constexpr unsigned kControllerGroups =
+    PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
+static constexpr float kMinMoveDistance = 0.0000001f;
+static constexpr float kSharpness = 1.0f;
 
 Engine::Engine() {
     Renderer::nearClip = kNearClip;
@@ -68,9 +83,77 @@ void Engine::gameCycle() {
     frameCount += 1;
 }
 
+// Turning by keys and mouse. The mouse factors are paired crosswise on purpose (the one named
+// for yaw scales the vertical motion), and the integer arithmetic truncates as it always has:
+// the settings files in use are tuned to it.
+void Engine::turnAndLook(Object3D* herder, float dt) {
+    const InputManager* input = InputManager::getInstance();
+    if (input->turnLeftHeld) {
+        herder->turn(kTurnRate * dt);
+    }
+    if (input->turnRightHeld) {
+        herder->turn(-kTurnRate * dt);
+    }
+    if (input->mouseMoved) {
+        Camera* camera = renderer != nullptr ? renderer->getCamera() : nullptr;
+        if (camera != nullptr) {
+            camera->height += dt * static_cast<float>((input->mouseDy * mouseSensYaw) / 10);
+        }
+        herder->turn(dt * static_cast<float>(-mouseSensPitch * input->mouseDx));
+    }
+}
+
+// Walking: the keys' directions are summed without normalising (W and A together are faster),
+// and the result is a displacement per cycle, not per second.
+void Engine::walk(Object3D* herder) {
+    const InputManager* input = InputManager::getInstance();
+    Vector3D move(0, 0, 0);
+    const Vector3D forward = herder->getDirection();
+    bool moved = false;
+    if (input->forwardHeld) {
+        move = forward;
+        moved = true;
+    }
+    if (input->backHeld) {
+        move = move + forward * -1.0f;
+        moved = true;
+    }
+    const Vector3D side = Vector3D::cross(forward, herder->up) * -1.0f;
+    if (input->strafeLeftHeld) {
+        move = move + side;
+        moved = true;
+    }
+    if (input->strafeRightHeld) {
+        move = move + side * -1.0f;
+        moved = true;
+    }
+    herder->staticPose = !moved;
+    move *= kWalkFactor;
+    lastMove = move;
+    if (herder->controller != nullptr) {
+        herder->controller->move(move * kControllerFactor, kControllerGroups, kMinMoveDistance,
+                                 kSharpness);
+    }
+}
+
+// Drops a marker ball at the herder and logs where it is.
+void Engine::placeMarker(Object3D* herder) {
+    Object3D* marker = new Object3D();
+    marker->setModel(scene->getBallModel());
+    marker->setPosition(herder->getPosition());
+    scene->getSceneList()->attach(marker);
+    herder->getPosition().log();
+}
+
 void Engine::processInput() {
     InputManager* input = InputManager::getInstance();
     pathSearch = input->pathSearch;
+    Object3D* herder = scene != nullptr ? scene->getPlayer() : nullptr;
+    if (herder != nullptr) {
+        const float dt = scene->getTimer() != nullptr ? scene->getTimer()->getFrameTime() : 0.0f;
+        turnAndLook(herder, dt);
+        walk(herder);
+    }
     if (input->wireframe) {
         glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);
     } else {
@@ -78,6 +161,15 @@ void Engine::processInput() {
     }
     if (renderer != nullptr) {
         renderer->showDebug = input->switchF9;
+    }
+    if (scene != nullptr && !scene->getModels().empty()) {
+        scene->getModels().front()->visible = !input->hideModelF2;
+    }
+    if (input->placeMarker) {
+        input->placeMarker = false;
+        if (herder != nullptr) {
+            placeMarker(herder);
+        }
     }
 }
 

@@ -6,6 +6,8 @@
 #include "Engine.h"
 #include "InputManager.h"
 #include "Logfile.h"
+#include "PhysicsDebugDrawer.h"
+#include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "Scene.h"
 #include "SettingsFile.h"
@@ -97,9 +99,11 @@ int Program::run(int argc, char** argv) {
     Logfile::getInstance()->traceGlError("main 1");
 
     engine = Engine::getInstance();
+    engine->physics = new PhysicsWorld();
     Scene* scene = new Scene();
     engine->scene = scene;
     engine->renderer = new Renderer(scene);
+    engine->renderer->debugLayer = engine->physics->getDebugRenderer();
     engine->renderer->frustum = new ViewFrustum();
     scene->prepare();
     engine->setSettings(settings);

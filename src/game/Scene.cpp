@@ -1,17 +1,31 @@
-// The level: construction of its objects in a fixed order and the per-frame world update.
+// The level: its models, the objects placed in a fixed order, and the per-frame world update.
 #include "Scene.h"
 
+#include "CharacterController.h"
+#include "Engine.h"
+#include "FBXModel.h"
 #include "HUD.h"
 #include "InputManager.h"
 #include "List.h"
 #include "Logfile.h"
+#include "Object3D.h"
+#include "PhysicsActor.h"
+#include "PhysicsWorld.h"
 #include "Timer.h"
+
+#include <GL/gl.h>
 
 #include <cstdlib>
 #include <ctime>
 
 // fpsClock values above this count as "time has passed" for the mouse-motion reset.
 static constexpr float kMotionResetEpsilon = 0.00001f;
+// Actor groups of the level geometry.
+static constexpr int kGroundGroup = 6;
+static constexpr int kCanyonGroup = 10;
+// The herder's capsule and start.
+static constexpr float kHerderHeight = 2.0f;
+static constexpr float kHerderRadius = 0.5f;
 
 Scene::Scene() {
     init();
@@ -22,14 +36,19 @@ void Scene::init() {
     physicsClock_ = 0.0f;
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     Logfile::appendLine("initialising scene");
-
     hud_ = HUD::getInstance();
     gameSeconds_ = 0.0f;
     wolfCount_ = 0;
     sheepCount_ = 0;
-
+    loadModels();
     Logfile::appendLine("initialising scene");
+    placeScenery();
+    placeHerder();
     append(hud_);
+    flag_ = new Object3D();
+    flag_->setModel(flagModel_);
+    append(flag_);
+    flag_->visible = false;
 
     timer_ = new Timer();
     if (!timer_->init()) {
@@ -39,8 +58,85 @@ void Scene::init() {
     fpsClock_ = 0.0f;
 }
 
+void Scene::loadModels() {
+    ballModel_ = new FBXModel(ModelKind::TestSphere);
+    FBXModel* herder = new FBXModel(ModelKind::Herder);
+    FBXModel* sheep = new FBXModel(ModelKind::Sheep);
+    flagModel_ = new FBXModel(ModelKind::Flag);
+    rocketModel_ = new FBXModel(ModelKind::Rocket);
+    FBXModel* terrain = new FBXModel("Level01Boden3.fbx", "Terrain2.tga", 0.015f);
+    FBXModel* sky = new FBXModel(ModelKind::Sky);
+    FBXModel* canyon = new FBXModel("Level01Version6.fbx", "orange.tga", 0.015f);
+    FBXModel* plant = new FBXModel("Oeltank.fbx", "Oeltank.tga", 0.02f);
+    wolfModel_ = new FBXModel(ModelKind::Wolf);
+    models_ = {ballModel_, herder, sheep,  flagModel_, rocketModel_,
+               terrain,    sky,    canyon, plant,      wolfModel_};
+}
+
+Object3D* Scene::scenery(const char* name, FBXModel* model, int group, float turn,
+                         const Vector3D& at) {
+    Object3D* o = new Object3D();
+    o->name = name;
+    o->setModel(model);
+    o->type = Object3D::kScenery;
+    PhysicsWorld* physics = Engine::getInstance()->physics;
+    o->actor = physics != nullptr ? physics->createStaticMesh(model) : nullptr;
+    if (o->actor != nullptr) {
+        o->actor->group = group;
+        // The canyon's shapes share its group number, which particles pass through.
+        o->actor->shapeGroup = group == kCanyonGroup ? kCanyonGroup : 0;
+        o->actor->userData = o;
+        if (turn != 0.0f) {
+            o->rotateActor(turn);
+        }
+        o->actor->setGlobalPosition(at);
+    }
+    return o;
+}
+
+// Terrain, sky, canyon, power plant and the goal marker, in this order.
+void Scene::placeScenery() {
+    append(scenery("terrain", models_[5], kGroundGroup, 90.0f, Vector3D(-285, 10, -275)));
+    Object3D* sky = new Object3D();
+    sky->setModel(models_[6]);
+    sky->setPosition(Vector3D(0, -20, 0));
+    sky->materialFace = GL_FRONT_AND_BACK;
+    append(sky);
+    append(scenery("canyon1", models_[7], kCanyonGroup, 90.0f, Vector3D(-270, 15.5f, -350)));
+    Object3D* plant =
+        scenery("powerplant", models_[8], kGroundGroup, 0.0f, Vector3D(-110, 15, -240));
+    append(plant);
+    // The marker takes the plant object's own position, which only its actor has left: it
+    // stands at the origin, and the win zone is the sphere around it.
+    Object3D* goal = new Object3D();
+    goal->name = "FIN";
+    goal->type = Object3D::kGoalMarker;
+    goal->setPosition(plant->getPosition());
+    goal->visible = true;
+    append(goal);
+}
+
+void Scene::placeHerder() {
+    player_ = new Object3D();
+    player_->name = "playr";
+    player_->setModel(models_[1]);
+    player_->type = Object3D::kHerder;
+    player_->setPosition(Vector3D(0, 5, 0));
+    player_->rotationAngle = 0.0f;
+    append(player_);
+    player_->createController(kHerderHeight, kHerderRadius);
+}
+
 void Scene::prepare() {
-    lastRenderMode_ = InputManager::getInstance()->renderMode;
+    InputManager* input = InputManager::getInstance();
+    if (input->renderMode == FBXModel::kBufferObjects &&
+        !Engine::getInstance()->hasVertexBufferObjects) {
+        input->renderMode = FBXModel::kImmediate;
+    }
+    for (FBXModel* model : models_) {
+        model->setRenderMode(input->renderMode);
+    }
+    lastRenderMode_ = input->renderMode;
     animationClock_ = 0.0f;
 }
 
@@ -60,6 +156,31 @@ void Scene::countSecond() {
     hud_->tick();
 }
 
+void Scene::moveControllers(float dt) {
+    Node* node = sceneList_->head();
+    do {
+        auto* object = dynamic_cast<Object3D*>(node);
+        if (object != nullptr && object->active && object->controller != nullptr) {
+            object->moveController(dt);
+        }
+        node = node->next;
+    } while (node != sceneList_->head() && node != nullptr);
+}
+
+void Scene::applyRenderMode() {
+    InputManager* input = InputManager::getInstance();
+    if (input->renderMode != lastRenderMode_) {
+        if (input->renderMode == FBXModel::kBufferObjects &&
+            !Engine::getInstance()->hasVertexBufferObjects) {
+            input->renderMode = FBXModel::kImmediate;
+        }
+        for (FBXModel* model : models_) {
+            model->setRenderMode(input->renderMode);
+        }
+    }
+    lastRenderMode_ = input->renderMode;
+}
+
 void Scene::update() {
     const float dt = timer_->elapsed();
     timer_->setFrameTime(dt);
@@ -69,11 +190,24 @@ void Scene::update() {
     fpsClock_ += dt;
     physicsClock_ += dt;
 
+    moveControllers(dt);
+    PhysicsWorld* physics = Engine::getInstance()->physics;
+    if (physics != nullptr && physicsClock_ > physics->stepInterval) {
+        physics->step(physicsClock_);
+        physicsClock_ = 0.0f;
+    }
     if (fpsClock_ > kMotionResetEpsilon) {
         InputManager::getInstance()->mouseMoved = false;
     }
     if (fpsClock_ >= 1.0f) {
         countSecond();
     }
+    applyRenderMode();
+    // The animation clock never carries over a frame: it is reset in the same update.
+    animationClock_ += dt;
+    for (FBXModel* model : models_) {
+        model->advanceAnimation(dt);
+    }
+    animationClock_ = 0.0f;
     sceneList_->updateAll(dt);
 }

@@ -1,7 +1,35 @@
-// Character controllers: a capsule moved by the game, represented in the simulation by a
-// kinematic capsule actor.
+// Character controllers: construction and placement; the kinematic capsule that stands for the
+// controller in the simulation follows every change of position. Moving is in
+// CharacterControllerMove.cpp.
 #include "CharacterController.h"
 
-CharacterController::CharacterController(PhysicsActor* capsule, float height, float radius)
-    : capsule_(capsule), height_(height), radius_(radius) {
+#include "ControllerHitReport.h"
+#include "PhysicsActor.h"
+#include "PhysicsWorld.h"
+
+#include <btBulletDynamicsCommon.h>
+
+CharacterController::CharacterController(PhysicsWorld* world, PhysicsActor* capsule,
+                                         Object3D* owner, float height, float radius,
+                                         std::unique_ptr<ControllerHitReport> report)
+    : world_(world), capsule_(capsule), owner_(owner), height_(height), radius_(radius),
+      report_(std::move(report)) {
+}
+
+CharacterController::~CharacterController() = default;
+
+void CharacterController::setPosition(const Vector3D& centre) {
+    position_ = centre;
+    if (capsule_ != nullptr) {
+        capsule_->setGlobalPosition(centre);
+        // Sweeps find bodies through the broadphase, which otherwise keeps the old box until
+        // the next world step.
+        if (world_ != nullptr) {
+            world_->dynamicsWorld()->updateSingleAabb(capsule_->body());
+        }
+    }
+}
+
+void CharacterController::setReport(std::unique_ptr<ControllerHitReport> report) {
+    report_ = std::move(report);
 }

@@ -6,6 +6,7 @@
 #include "FBXModel.h"
 
 #include "Engine.h"
+#include "FBXImportLimits.h"
 #include "InputManager.h"
 #include "Logfile.h"
 #include "TGAImage.h"
@@ -20,7 +21,10 @@
 #include <cctype>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <new>
+#include <stdexcept>
 
 // Joined vertices stand in for the control points of the mesh. Nothing here triangulates: the
 // arrays are drawn as GL_TRIANGLES whatever the polygons are, as the game always did. Assimp's
@@ -86,6 +90,21 @@ bool isModelExtension(const std::string& name) {
     const std::string ext = lowerExtension(name);
     return std::any_of(std::begin(kModelExtensions), std::end(kModelExtensions),
                        [&](const char* known) { return ext == known; });
+}
+
+// FBX files must stay within what the importer survives (see FBXImportLimits.h).
+bool withinFormatLimits(const std::string& name, const void* data, size_t size) {
+    return lowerExtension(name) != ".fbx" || fbxWithinImportLimits(data, size);
+}
+
+bool fileWithinFormatLimits(const std::string& name) {
+    if (lowerExtension(name) != ".fbx") {
+        return true;
+    }
+    std::ifstream in(name, std::ios::binary);
+    const std::vector<char> bytes{std::istreambuf_iterator<char>(in),
+                                  std::istreambuf_iterator<char>()};
+    return in.good() || in.eof() ? fbxWithinImportLimits(bytes.data(), bytes.size()) : false;
 }
 
 bool finite(const aiVector3D& v) {
@@ -204,6 +223,17 @@ const aiNode* chainEnd(const aiNode* child) {
 
 } // namespace
 
+// Debian builds Assimp with its internal assertions on, and a failed one aborts the program; a
+// damaged file can trip them (a skin cluster naming a vertex the mesh does not have, for one).
+// The library calls this handler through its PLT, so this definition takes the place of its own
+// and throws instead: the importer turns that into a failed import.
+namespace Assimp {
+void aiAssertViolation(const char* failedExpression, const char* file, int line) {
+    throw std::runtime_error(std::string("assertion failed: ") + failedExpression + " (" + file +
+                             ":" + std::to_string(line) + ")");
+}
+} // namespace Assimp
+
 FBXModel::FBXModel() {
     const InputManager* input = InputManager::getInstance();
     vboSupported = Engine::getInstance()->hasVertexBufferObjects;
@@ -252,7 +282,8 @@ void FBXModel::loadModel(const std::string& fileName) {
     const aiScene* scene = nullptr;
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(fileName, error);
-    if (!error && bytes <= kMaxModelBytes && isModelExtension(fileName)) {
+    if (!error && bytes <= kMaxModelBytes && isModelExtension(fileName) &&
+        fileWithinFormatLimits(fileName)) {
         try {
             scene = importer_->ReadFile(fileName, kImportFlags);
         } catch (...) {
@@ -267,7 +298,8 @@ void FBXModel::loadModelFromMemory(const void* data, size_t size, const std::str
         return;
     }
     const aiScene* scene = nullptr;
-    if (data != nullptr && size > 0 && size <= kMaxModelBytes && isModelExtension(name)) {
+    if (data != nullptr && size > 0 && size <= kMaxModelBytes && isModelExtension(name) &&
+        withinFormatLimits(name, data, size)) {
         const std::string hint = lowerExtension(name).substr(1);
         try {
             scene = importer_->ReadFileFromMemory(data, size, kImportFlags, hint.c_str());

@@ -31,6 +31,9 @@ HUD::~HUD() {
 
 void HUD::draw() {
     begin2D();
+    // Bitmap text takes the current colour at its raster position: keep it white whatever the
+    // scene drew last.
+    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     Object2D::draw();
     fpsText_->draw();
     messageText_->draw();

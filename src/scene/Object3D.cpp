@@ -7,6 +7,7 @@
 #include "FBXModel.h"
 #include "InputManager.h"
 #include "PhysicsActor.h"
+#include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "ViewFrustum.h"
 
@@ -15,6 +16,12 @@
 static constexpr float kPi = 3.1415927f;
 // A controller's capsule centre sits this far above the model's origin.
 static constexpr float kControllerDrawDrop = -0.5f;
+// Controller moves: walk speed factor, collision with level and controllers, minimum distance.
+static constexpr float kWalkFactor = 5.0f;
+static constexpr unsigned kControllerGroups =
+    PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
+static constexpr float kMinMoveDistance = 0.0000001f;
+static constexpr float kSharpness = 1.0f;
 // The herder's model faces -x; this turn makes it face its heading.
 static constexpr float kHerderModelTurn = -90.0f;
 
@@ -55,6 +62,41 @@ void Object3D::setSpecular(float r, float g, float b, float a) {
 void Object3D::setShininess(float s) {
     shininess = s;
     useShininess = true;
+}
+
+void Object3D::createCapsuleActor(float height, float radius) {
+    PhysicsWorld* physics = Engine::getInstance()->physics;
+    if (physics != nullptr) {
+        actor = physics->createCapsuleActor(this, height, radius);
+    }
+}
+
+void Object3D::createController(float height, float radius) {
+    PhysicsWorld* physics = Engine::getInstance()->physics;
+    if (physics == nullptr) {
+        return;
+    }
+    controller = physics->createController(this, height, radius);
+    if (controller != nullptr) {
+        controller->setPosition(Vector3D(position.x, position.y + height / 2.0f, position.z));
+        controller->setCollision(true);
+    }
+}
+
+void Object3D::moveController(float dt) {
+    if (controller == nullptr) {
+        return;
+    }
+    const float speed = static_cast<float>(Engine::getInstance()->gameSpeed);
+    // Gravity is added as it is, once per cycle, not scaled by the frame time.
+    const Vector3D displacement = walkVector * (dt * kWalkFactor * speed) + PhysicsWorld::gravity();
+    controller->move(displacement, kControllerGroups, kMinMoveDistance, kSharpness);
+}
+
+void Object3D::rotateActor(float degrees) {
+    if (actor != nullptr) {
+        actor->setGlobalOrientationY(degrees);
+    }
 }
 
 void Object3D::stop() {

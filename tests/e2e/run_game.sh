@@ -6,6 +6,7 @@
 #   no_settings        no settings.ini at all: the game still runs through the window fallback
 #   keys_out_of_order  mouse keys swapped: the game runs and reads them as missing
 #   no_display         no X display: one line on stderr and a non-zero exit
+#   walk               walks and turns, then F3 (wireframe) and F9 (physics lines) change the view
 set -u
 scenario=$1
 herder=$2
@@ -24,6 +25,10 @@ cd "$work" || exit 1
 
 case "$scenario" in
 settings) cp "$data/settings.ini" . ;;
+walk)
+    cp "$data/settings.ini" .
+    ln -s "$data"/*.fbx "$data"/*.tga .
+    ;;
 no_settings) ;;
 keys_out_of_order)
     printf 'G_GAMEMODESTRING=640x480:24@60\nI_MOUSE_SENSYAW=3\nI_MOUSE_SENSPITCH=2\nGAME_SPEED=1\n' \
@@ -52,12 +57,35 @@ for _ in $(seq 150); do
     xdotool search --name Herder >/dev/null 2>&1 && break
     sleep 0.1
 done
+# The models are loaded when the level logs its set-up a second time.
+for _ in $(seq 100); do
+    [ "$(grep -c 'initialising scene' log.txt 2>/dev/null)" -ge 2 ] && break
+    sleep 0.2
+done
 sleep 2
 if [ "$2" = settings ]; then
     for _ in 1 2 3; do
         xdotool key F6
         sleep 0.3
     done
+fi
+if [ "$2" = walk ]; then
+    xwd -root -silent >start.xwd
+    xdotool keydown w
+    sleep 1
+    xdotool keyup w
+    xdotool keydown e
+    sleep 1
+    xdotool keyup e
+    sleep 0.5
+    xwd -root -silent >walked.xwd
+    xdotool key F3
+    sleep 0.7
+    xwd -root -silent >wireframe.xwd
+    xdotool key F3 F9
+    sleep 0.7
+    xwd -root -silent >debug.xwd
+    xdotool key F9
 fi
 sleep 0.5
 xwd -root -silent >screen.xwd
@@ -95,7 +123,7 @@ wait $xvfb 2>/dev/null
 [ "$(cat status.txt)" = "exit:0" ] || fail "game ended as $(cat status.txt), stderr: $(cat stderr.txt)"
 first=$(head -n 1 log.txt)
 case "$scenario" in
-settings) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
+settings | walk) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
 no_settings) expected=NULL ;;
 keys_out_of_order) expected="640x480:24@60" ;;
 esac
@@ -110,5 +138,23 @@ counters=$(lit 260x30+15+738)
 if [ "$scenario" = settings ]; then
     message=$(lit 200x30+195+548)
     [ "${message%.*}" -gt 50 ] || fail "no HUD message pixels ($message)"
+fi
+if [ "$scenario" = walk ]; then
+    for shot in start walked wireframe debug; do
+        convert "$shot.xwd" "$shot.png" || fail "cannot convert $shot"
+    done
+    # Pixels that differ clearly between two screenshots.
+    differ() { compare -metric AE -fuzz 10% "$1.png" "$2.png" null: 2>&1 | cut -d' ' -f1; }
+    [ "$(differ start walked)" -gt 20000 ] || fail "walking and turning did not change the view"
+    [ "$(differ walked wireframe)" -gt 20000 ] || fail "F3 did not switch to wireframe"
+    [ "$(differ walked debug)" -gt 2000 ] || fail "F9 drew no physics lines"
+    # Sky on top (red), ground below (green), the herder in the middle of the bottom half.
+    mean() { convert start.png -crop "$1" -resize 1x1! -format "%[fx:int(255*r)] %[fx:int(255*g)] %[fx:int(255*b)]" info:; }
+    read -r r g b <<<"$(mean 1024x100+0+0)"
+    [ "$r" -gt $((g + 40)) ] || fail "no red sky at the top ($r $g $b)"
+    read -r r g b <<<"$(mean 300x60+0+650)"
+    [ "$g" -gt "$b" ] || fail "no green ground at the bottom left ($r $g $b)"
+    read -r r g b <<<"$(mean 80x150+472+560)"
+    [ "$b" -gt "$g" ] || fail "no herder (blue shirt) in the middle ($r $g $b)"
 fi
 echo "PASS ($scenario): first line '$first', HUD pixels $counters, screenshot $work/screen.png"

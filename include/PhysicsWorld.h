@@ -1,0 +1,104 @@
+// PhysicsWorld: the rigid-body simulation on Bullet. It owns the dynamics world, the bodies of
+// the level, the rockets and particles, and the kinematic capsules of the character controllers;
+// it steps in fixed 0.1 s sub-steps (at most three per call), filters collisions by shape group,
+// and reports the first touch of actor-group pairs that matter to the game.
+#pragma once
+
+#include "Vector3D.h"
+
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+class btBroadphaseInterface;
+class btCollisionConfiguration;
+class btCollisionDispatcher;
+class btCollisionShape;
+class btConstraintSolver;
+class btDiscreteDynamicsWorld;
+class btOverlapFilterCallback;
+struct CookedMesh;
+class CharacterController;
+class ContactReport;
+class ControllerHitReport;
+class FBXModel;
+class Object3D;
+class PhysicsActor;
+class PhysicsDebugDrawer;
+
+class PhysicsWorld {
+public:
+    // Fixed sub-step and the accumulated time after which the level steps the world.
+    static constexpr float kStepInterval = 0.1f;
+    static constexpr int kMaxSubSteps = 3;
+    static constexpr int kGroupCount = 32;
+    // Shape group of particles, which pass through each other and through shape group 10.
+    static constexpr int kParticleShapeGroup = 9;
+    // What a character controller's move collides with (its active-group bits).
+    static constexpr unsigned kLevelGeometryBit = 2;
+    static constexpr unsigned kControllerBit = 4;
+
+    // Builds the world: gravity, default material, contact pairs, shape-group table.
+    PhysicsWorld();
+    ~PhysicsWorld();
+    PhysicsWorld(const PhysicsWorld&) = delete;
+    PhysicsWorld& operator=(const PhysicsWorld&) = delete;
+
+    // Simulates dt seconds in fixed sub-steps, then delivers first-touch contact reports.
+    void step(float dt);
+    // Results are ready after every step; kept for callers that poll.
+    void fetchNow() {}
+
+    // A dynamic capsule standing on the owner's origin (density 20), in shape group 0.
+    PhysicsActor* createCapsuleActor(Object3D* owner, float height, float radius);
+    // A capsule character controller with its own hit report; not yet placed.
+    CharacterController* createController(Object3D* owner, float height, float radius);
+    // A static triangle mesh cooked from the model's triangles (logs "triangles", "points").
+    PhysicsActor* createStaticMesh(FBXModel* model);
+    // A static convex hull of the model's points.
+    PhysicsActor* createConvexActor(FBXModel* model);
+    // Removes a body from the simulation and frees it; the handle is deleted too.
+    void releaseActor(PhysicsActor* actor);
+
+    // Report contacts between these two actor groups when they start to touch.
+    void setActorPairFlags(int a, int b, bool report);
+    bool reportsPair(int a, int b) const;
+    // Whether shapes of these two groups collide at all.
+    void setGroupCollisionFlag(int a, int b, bool collide);
+    bool groupsCollide(int a, int b) const;
+
+    // The world's gravity, also added unscaled to every controller move.
+    static Vector3D gravity() { return Vector3D(0.0f, -9.8f, 0.0f); }
+
+    btDiscreteDynamicsWorld* dynamicsWorld() const { return world_.get(); }
+    PhysicsDebugDrawer* getDebugRenderer() const { return debugRenderer_.get(); }
+    ContactReport* getContactReport() const { return report_; }
+    // Replaces the contact report (not owned when given; the world keeps its own otherwise).
+    void setContactReport(ContactReport* report);
+
+    bool sceneReady = false;
+    float stepInterval = kStepInterval;
+
+private:
+    void deliverContacts();
+    void addBody(PhysicsActor* actor);
+
+    std::unique_ptr<btCollisionConfiguration> configuration_;
+    std::unique_ptr<btCollisionDispatcher> dispatcher_;
+    std::unique_ptr<btBroadphaseInterface> broadphase_;
+    std::unique_ptr<btOverlapFilterCallback> filter_;
+    std::unique_ptr<btConstraintSolver> solver_;
+    std::unique_ptr<btDiscreteDynamicsWorld> world_;
+    std::unique_ptr<PhysicsDebugDrawer> debugRenderer_;
+    std::unique_ptr<ContactReport> ownReport_;
+    ContactReport* report_ = nullptr;
+    bool pairFlags_[kGroupCount][kGroupCount] = {};
+    bool collides_[kGroupCount][kGroupCount] = {};
+    // Pairs touching now, with the step in which they were last seen touching.
+    std::map<std::pair<const void*, const void*>, long> touching_;
+    long stepCount_ = 0;
+    std::vector<std::unique_ptr<btCollisionShape>> shapes_;
+    std::vector<std::unique_ptr<CookedMesh>> meshes_;
+    std::vector<std::unique_ptr<CharacterController>> controllers_;
+};

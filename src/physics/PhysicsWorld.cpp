@@ -1,0 +1,237 @@
+// The physics world on Bullet: construction with the game's groups and pairs, fixed stepping,
+// first-touch contact reports, and the capsule bodies of rockets, particles and controllers.
+#include "PhysicsWorld.h"
+
+#include "CharacterController.h"
+#include "ContactReport.h"
+#include "ControllerHitReport.h"
+#include "CookedMesh.h"
+#include "PhysicsActor.h"
+#include "PhysicsDebugDrawer.h"
+
+#include <btBulletDynamicsCommon.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float kRestitution = 0.5f;
+constexpr float kFriction = 0.5f;
+constexpr float kDensity = 20.0f;
+constexpr float kSleepLinearVelocity = 0.15f;
+constexpr float kSleepAngularVelocity = 0.2f;
+constexpr float kMargin = 0.01f;
+constexpr float kPi = 3.1415927f;
+// A pair not seen touching for this many steps has stopped touching; bodies resting on a mesh
+// lose and regain contact from step to step, and must not report again each time.
+constexpr long kForgetAfterSteps = 3;
+// Contacts deeper than this count as touching.
+constexpr float kTouchDistance = 0.02f;
+
+// Broadphase filter: the shape-group table decides which pairs may collide at all.
+class GroupFilter : public btOverlapFilterCallback {
+public:
+    explicit GroupFilter(const PhysicsWorld* world) : world_(world) {}
+    bool needBroadphaseCollision(btBroadphaseProxy* a, btBroadphaseProxy* b) const override {
+        const auto* oa = static_cast<const btCollisionObject*>(a->m_clientObject);
+        const auto* ob = static_cast<const btCollisionObject*>(b->m_clientObject);
+        const auto* pa = static_cast<const PhysicsActor*>(oa->getUserPointer());
+        const auto* pb = static_cast<const PhysicsActor*>(ob->getUserPointer());
+        if (pa == nullptr || pb == nullptr) {
+            return true;
+        }
+        return world_->groupsCollide(pa->shapeGroup, pb->shapeGroup);
+    }
+
+private:
+    const PhysicsWorld* world_;
+};
+
+bool validGroup(int g) {
+    return g >= 0 && g < PhysicsWorld::kGroupCount;
+}
+
+} // namespace
+
+PhysicsWorld::PhysicsWorld()
+    : configuration_(std::make_unique<btDefaultCollisionConfiguration>()),
+      dispatcher_(std::make_unique<btCollisionDispatcher>(configuration_.get())),
+      broadphase_(std::make_unique<btDbvtBroadphase>()),
+      filter_(std::make_unique<GroupFilter>(this)),
+      solver_(std::make_unique<btSequentialImpulseConstraintSolver>()),
+      world_(std::make_unique<btDiscreteDynamicsWorld>(dispatcher_.get(), broadphase_.get(),
+                                                       solver_.get(), configuration_.get())),
+      ownReport_(std::make_unique<ContactReport>()), report_(ownReport_.get()) {
+    for (auto& row : collides_) {
+        std::fill(std::begin(row), std::end(row), true);
+    }
+    const Vector3D g = gravity();
+    world_->setGravity(btVector3(g.x, g.y, g.z));
+    world_->getPairCache()->setOverlapFilterCallback(filter_.get());
+    sceneReady = true;
+    debugRenderer_ = std::make_unique<PhysicsDebugDrawer>(world_.get());
+    // Rockets report touching wolves, the level (terrain, plant; canyon) and sheep.
+    setActorPairFlags(2, 4, true);
+    setActorPairFlags(4, 6, true);
+    setActorPairFlags(4, 10, true);
+    setActorPairFlags(3, 4, true);
+    setGroupCollisionFlag(kParticleShapeGroup, kParticleShapeGroup, false);
+    setGroupCollisionFlag(kParticleShapeGroup, 10, false);
+}
+
+// Removes a body from the world and frees it with its motion state, its own shape and handle.
+static void destroyBody(btDiscreteDynamicsWorld* world, btCollisionObject* body) {
+    auto* actor = static_cast<PhysicsActor*>(body->getUserPointer());
+    world->removeCollisionObject(body);
+    if (btRigidBody* rigid = btRigidBody::upcast(body)) {
+        delete rigid->getMotionState();
+    }
+    if (actor != nullptr) {
+        delete actor->ownedShape;
+        delete actor;
+    }
+    delete body;
+}
+
+PhysicsWorld::~PhysicsWorld() {
+    for (int i = world_->getNumCollisionObjects() - 1; i >= 0; --i) {
+        destroyBody(world_.get(), world_->getCollisionObjectArray()[i]);
+    }
+}
+
+void PhysicsWorld::setContactReport(ContactReport* report) {
+    report_ = report != nullptr ? report : ownReport_.get();
+}
+
+void PhysicsWorld::setActorPairFlags(int a, int b, bool report) {
+    if (validGroup(a) && validGroup(b)) {
+        pairFlags_[a][b] = pairFlags_[b][a] = report;
+    }
+}
+
+bool PhysicsWorld::reportsPair(int a, int b) const {
+    return validGroup(a) && validGroup(b) && pairFlags_[a][b];
+}
+
+void PhysicsWorld::setGroupCollisionFlag(int a, int b, bool collide) {
+    if (validGroup(a) && validGroup(b)) {
+        collides_[a][b] = collides_[b][a] = collide;
+    }
+}
+
+bool PhysicsWorld::groupsCollide(int a, int b) const {
+    return !validGroup(a) || !validGroup(b) || collides_[a][b];
+}
+
+void PhysicsWorld::step(float dt) {
+    if (!sceneReady || dt <= 0.0f) {
+        return;
+    }
+    world_->stepSimulation(dt, kMaxSubSteps, kStepInterval);
+    deliverContacts();
+}
+
+// One report per pair of flagged actor groups, in the step in which the pair starts touching.
+// Reports are collected first and delivered after the scan: a report may release bodies.
+void PhysicsWorld::deliverContacts() {
+    ++stepCount_;
+    std::vector<std::pair<PhysicsActor*, PhysicsActor*>> started;
+    const int manifolds = dispatcher_->getNumManifolds();
+    for (int i = 0; i < manifolds; ++i) {
+        const btPersistentManifold* m = dispatcher_->getManifoldByIndexInternal(i);
+        bool touching = false;
+        for (int c = 0; c < m->getNumContacts() && !touching; ++c) {
+            touching = m->getContactPoint(c).getDistance() <= kTouchDistance;
+        }
+        auto* a = static_cast<PhysicsActor*>(m->getBody0()->getUserPointer());
+        auto* b = static_cast<PhysicsActor*>(m->getBody1()->getUserPointer());
+        if (!touching || a == nullptr || b == nullptr || !reportsPair(a->group, b->group)) {
+            continue;
+        }
+        const auto key = std::minmax<const void*>(a, b);
+        const auto found = touching_.find(key);
+        if (found == touching_.end()) {
+            started.emplace_back(a, b);
+        }
+        touching_[key] = stepCount_;
+    }
+    for (auto it = touching_.begin(); it != touching_.end();) {
+        it = (stepCount_ - it->second > kForgetAfterSteps) ? touching_.erase(it) : std::next(it);
+    }
+    for (const auto& [a, b] : started) {
+        report_->onContactNotify(a->userData, b->userData);
+    }
+}
+
+void PhysicsWorld::addBody(PhysicsActor* actor) {
+    btCollisionObject* body = actor->body();
+    body->setUserPointer(actor);
+    body->setRestitution(kRestitution);
+    body->setFriction(kFriction);
+    // Every body gets its group and mask explicitly: a kinematic body added without them never
+    // pairs with anything. The group filter above makes the real decision.
+    if (btRigidBody* rigid = btRigidBody::upcast(body)) {
+        world_->addRigidBody(rigid, btBroadphaseProxy::DefaultFilter, btBroadphaseProxy::AllFilter);
+    } else {
+        world_->addCollisionObject(body, btBroadphaseProxy::DefaultFilter,
+                                   btBroadphaseProxy::AllFilter);
+    }
+}
+
+PhysicsActor* PhysicsWorld::createCapsuleActor(Object3D* owner, float height, float radius) {
+    auto* shape = new btCapsuleShape(radius, height);
+    shape->setMargin(std::min(kMargin, radius * 0.5f));
+    const float volume =
+        kPi * radius * radius * height + 4.0f / 3.0f * kPi * radius * radius * radius;
+    const float mass = kDensity * volume;
+    btVector3 inertia(0, 0, 0);
+    shape->calculateLocalInertia(mass, inertia);
+    auto* body = new btRigidBody(
+        btRigidBody::btRigidBodyConstructionInfo(mass, new btDefaultMotionState(), shape, inertia));
+    body->setSleepingThresholds(kSleepLinearVelocity, kSleepAngularVelocity);
+    // Steps are a tenth of a second long: a small body falls or flies further than its own size
+    // in one, and would pass through thin level meshes without a swept test. The swept sphere
+    // sits at the capsule's centre.
+    body->setCcdMotionThreshold(radius * 0.5f);
+    body->setCcdSweptSphereRadius(radius * 0.9f);
+    auto* actor = new PhysicsActor(body);
+    // The capsule stands on the owner's origin.
+    actor->lift = height * 0.5f + radius;
+    actor->userData = owner;
+    actor->ownedShape = shape;
+    addBody(actor);
+    actor->setGlobalPosition(Vector3D(0, 0, 0));
+    return actor;
+}
+
+CharacterController* PhysicsWorld::createController(Object3D* owner, float height, float radius) {
+    if (height <= 0.0f || radius <= 0.0f) {
+        return nullptr;
+    }
+    const float scale = CharacterController::kCapsuleScale;
+    auto* shape = new btCapsuleShape(radius * scale, height * scale);
+    auto* body = new btRigidBody(
+        btRigidBody::btRigidBodyConstructionInfo(0.0f, nullptr, shape, btVector3(0, 0, 0)));
+    body->setCollisionFlags(body->getCollisionFlags() | btCollisionObject::CF_KINEMATIC_OBJECT);
+    body->setActivationState(DISABLE_DEACTIVATION);
+    auto* actor = new PhysicsActor(body);
+    actor->userData = owner;
+    actor->ownedShape = shape;
+    actor->controllerClass = kControllerBit;
+    addBody(actor);
+    controllers_.push_back(std::make_unique<CharacterController>(
+        this, actor, owner, height, radius, std::make_unique<ControllerHitReport>()));
+    return controllers_.back().get();
+}
+
+void PhysicsWorld::releaseActor(PhysicsActor* actor) {
+    if (actor == nullptr) {
+        return;
+    }
+    for (auto it = touching_.begin(); it != touching_.end();) {
+        const bool involved = it->first.first == actor || it->first.second == actor;
+        it = involved ? touching_.erase(it) : std::next(it);
+    }
+    destroyBody(world_.get(), actor->body());
+}

@@ -1,0 +1,129 @@
+// Walking the real level with scripted input: the herder turns with the mouse and walks with the
+// forward key, through the input manager, from the start down to the den, along the canyon past
+// every waypoint, and up to the power plant's gate, never falling through or getting stuck.
+#include "CharacterController.h"
+#include "Engine.h"
+#include "InputManager.h"
+#include "LevelLayout.h"
+#include "LevelMeshes.h"
+#include "Object3D.h"
+#include "PhysicsWorld.h"
+#include "Scene.h"
+#include "TestSupport.h"
+#include "Timer.h"
+
+#include <cmath>
+
+namespace {
+
+int64_t manualNow = 0;
+
+bool manualCounter(int64_t* count, int64_t* frequency) {
+    *count = manualNow;
+    *frequency = 1000000;
+    return true;
+}
+
+constexpr double kCycle = 1.0 / 30.0;
+constexpr float kArrival = 2.0f;
+// Cycles without getting 0.5 units closer before the walk counts as stuck.
+constexpr int kStuckCycles = 120;
+
+class LevelWalkTest : public TempDirTest {
+protected:
+    void SetUp() override {
+        TempDirTest::SetUp();
+        openTestWindow();
+        linkDataFiles();
+        manualNow = 1000000;
+        Timer::setCounterSource(&manualCounter);
+        engine_ = Engine::getInstance();
+        engine_->physics = new PhysicsWorld();
+        engine_->mouseSensPitch = 1;
+        scene_ = new Scene();
+        engine_->scene = scene_;
+        herder_ = scene_->getPlayer();
+        for (int i = 0; i < 60; ++i) {
+            cycle();
+        }
+    }
+    void TearDown() override {
+        Timer::setCounterSource(nullptr);
+        TempDirTest::TearDown();
+    }
+    void cycle() {
+        engine_->processInput();
+        manualNow += static_cast<int64_t>(kCycle * 1000000.0);
+        scene_->update();
+    }
+    Vector3D at() const { return herder_->controller->getPosition(); }
+
+    // Turns the herder towards the target with one mouse motion, the way a player would.
+    void face(const aiVector3D& target) {
+        const Vector3D p = at();
+        const float want = std::atan2(-(target.x - p.x), -(target.z - p.z)) * 180.0f / 3.1415927f;
+        float turn = std::remainder(want - herder_->getRotationY(), 360.0f);
+        InputManager* input = InputManager::getInstance();
+        const float dt = scene_->getTimer()->getFrameTime();
+        input->mouseDx = static_cast<int>(std::lround(-turn / dt));
+        input->mouseDy = 0;
+        input->mouseMoved = input->mouseDx != 0;
+    }
+
+    // Walks to the target; false (with the reason recorded) if the herder falls or gets stuck.
+    bool walkTo(const aiVector3D& target, const char* name) {
+        InputManager* input = InputManager::getInstance();
+        float best = 1e9f;
+        int sinceProgress = 0;
+        for (int i = 0; i < 3000; ++i) {
+            const Vector3D p = at();
+            const float distance = std::hypot(target.x - p.x, target.z - p.z);
+            if (distance < kArrival) {
+                input->forwardHeld = false;
+                return true;
+            }
+            if (p.y < -40.0f) {
+                ADD_FAILURE() << "fell through the level on the way to " << name;
+                return false;
+            }
+            sinceProgress = distance < best - 0.5f ? 0 : sinceProgress + 1;
+            best = std::min(best, distance);
+            if (sinceProgress > kStuckCycles) {
+                ADD_FAILURE() << "stuck at " << p.x << "," << p.y << "," << p.z << " before "
+                              << name << " (" << distance << " away)";
+                return false;
+            }
+            face(target);
+            // Close to the target, shorter steps: one cycle's walk is 2.4 units.
+            input->forwardHeld = distance > 1.0f;
+            cycle();
+        }
+        ADD_FAILURE() << "never reached " << name;
+        return false;
+    }
+
+    Engine* engine_ = nullptr;
+    Scene* scene_ = nullptr;
+    Object3D* herder_ = nullptr;
+};
+
+TEST_F(LevelWalkTest, HerderLandsOnTheMeadow) {
+    EXPECT_NEAR(at().y, 1.5f, 1.0f) << "capsule centre 1.5 above the meadow";
+}
+
+TEST_F(LevelWalkTest, FromTheStartThroughTheDenToTheEndOfTheCanyon) {
+    for (size_t i = 0; i < assets::kWaypoints.size(); ++i) {
+        const std::string name = "W" + std::to_string(i);
+        ASSERT_TRUE(walkTo(assets::kWaypoints[i], name.c_str()));
+        const float floor = assets::kWaypoints[i].y - assets::kFloorBelowWaypoint;
+        EXPECT_NEAR(at().y, floor + 1.5f, 1.0f) << "standing on the canyon floor at " << name;
+    }
+}
+
+TEST_F(LevelWalkTest, FromTheStartUpToThePowerPlantGate) {
+    const aiVector3D gate(-110.0f, 15.0f, -212.0f);
+    ASSERT_TRUE(walkTo(gate, "the power plant's gate"));
+    EXPECT_NEAR(at().y, 15.0f + 1.5f, 1.5f) << "up on the plateau";
+}
+
+} // namespace

@@ -1,0 +1,287 @@
+// The physics world without a window: cooking streams, meshes cooked from model data, stepping,
+// first-touch contact reports by actor-group pairs, shape-group filtering, and the report rules.
+#include "PhysicsWorld.h"
+#include "ContactReport.h"
+#include "ControllerHitReport.h"
+#include "Engine.h"
+#include "FBXModel.h"
+#include "MemoryReadBuffer.h"
+#include "MemoryWriteBuffer.h"
+#include "Object3D.h"
+#include "PhysicsActor.h"
+#include "TestSupport.h"
+#include "UserStream.h"
+
+#include <btBulletDynamicsCommon.h>
+
+#include <cmath>
+#include <filesystem>
+
+namespace {
+
+using PhysicsWorldTest = TempDirTest;
+
+// A flat square of two triangles, `half` wide each way at height y, in model units.
+void flatSquare(FBXModel& m, float half, float y, float scale) {
+    const double corners[4][2] = {{-half, -half}, {half, -half}, {half, half}, {-half, half}};
+    m.controlPointCount = 4;
+    m.controlPoints.clear();
+    for (const auto& c : corners) {
+        m.controlPoints.insert(m.controlPoints.end(), {c[0], y, c[1], 1.0});
+    }
+    m.polygonCount = 2;
+    m.polygonVertexIndices = {{0, 2, 1}, {0, 3, 2}};
+    m.scale = scale;
+}
+
+// Records what the contact rules decided.
+struct RecordingReport : ContactReport {
+    std::vector<std::pair<Object3D*, Object3D*>> sheepHits, wolfHits;
+    std::vector<Object3D*> levelHits;
+    void sheepHit(Object3D* sheep, Object3D* rocket) override {
+        sheepHits.push_back({sheep, rocket});
+    }
+    void wolfHit(Object3D* wolf, Object3D* rocket) override { wolfHits.push_back({wolf, rocket}); }
+    void rocketOnLevel(Object3D* rocket) override { levelHits.push_back(rocket); }
+};
+
+float heightAfterFalling(PhysicsWorld& world, PhysicsActor* body, float seconds, float dt) {
+    for (float t = 0; t < seconds; t += dt) {
+        world.step(dt);
+    }
+    return body->getGlobalPosition().y;
+}
+
+TEST(StreamTest, WriteBufferGrowsByTheRequestPlus4096) {
+    MemoryWriteBuffer buffer;
+    const std::vector<uint8_t> ten(10, 1), more(5000, 2);
+    buffer.storeBuffer(ten.data(), ten.size());
+    EXPECT_EQ(buffer.maxSize, 4106u);
+    buffer.storeBuffer(more.data(), more.size());
+    EXPECT_EQ(buffer.maxSize, 9106u);
+    EXPECT_EQ(buffer.currentSize, 5010u);
+    EXPECT_EQ(buffer.data[9], 1);
+    EXPECT_EQ(buffer.data[10], 2);
+    buffer.storeDword(0xA1B2C3D4u).storeFloat(2.5f);
+    EXPECT_EQ(buffer.currentSize, 5018u);
+    EXPECT_EQ(buffer.maxSize, 9106u) << "small stores fit the slack";
+}
+
+TEST(StreamTest, ReadBufferReadsInOrderAndZerosPastTheEnd) {
+    MemoryWriteBuffer out;
+    out.storeByte(7).storeWord(0x1234).storeDword(0xDEADBEEF).storeFloat(-1.5f).storeDouble(0.25);
+    MemoryReadBuffer in(out.data, out.currentSize);
+    EXPECT_EQ(in.readByte(), 7);
+    EXPECT_EQ(in.readWord(), 0x1234);
+    EXPECT_EQ(in.readDword(), 0xDEADBEEFu);
+    EXPECT_EQ(in.readFloat(), -1.5f);
+    EXPECT_EQ(in.readDouble(), 0.25);
+    EXPECT_EQ(in.remaining(), 0u);
+    EXPECT_EQ(in.readDword(), 0u) << "reading past the end yields zeros, never foreign bytes";
+    EXPECT_EQ(out.readDword(), 0u) << "a write buffer cannot be read";
+}
+
+TEST_F(PhysicsWorldTest, FileStreamRoundTripsAndCookingNeverTouchesIt) {
+    {
+        UserStream out("stream.bin", false);
+        ASSERT_TRUE(out.isOpen());
+        out.storeDword(42).storeFloat(3.0f);
+    }
+    UserStream in("stream.bin", true);
+    EXPECT_EQ(in.readDword(), 42u);
+    EXPECT_EQ(in.readFloat(), 3.0f);
+    EXPECT_EQ(in.readDword(), 0u);
+    UserStream missing("nowhere/at/all.bin", true);
+    EXPECT_FALSE(missing.isOpen());
+    EXPECT_EQ(missing.readWord(), 0u);
+
+    PhysicsWorld world;
+    FBXModel ground;
+    flatSquare(ground, 100, 0, 0.5f);
+    ASSERT_NE(world.createStaticMesh(&ground), nullptr);
+    EXPECT_FALSE(std::filesystem::exists("tmp.bin"));
+}
+
+TEST_F(PhysicsWorldTest, CookedMeshIsTheScaledModelAndLogsItsSteps) {
+    PhysicsWorld world;
+    FBXModel ground;
+    flatSquare(ground, 100, 4, 0.5f); // 50 units wide each way at height 2 after scaling
+    PhysicsActor* mesh = world.createStaticMesh(&ground);
+    ASSERT_NE(mesh, nullptr);
+    EXPECT_EQ(mesh->controllerClass, PhysicsWorld::kLevelGeometryBit);
+    btCollisionWorld::ClosestRayResultCallback down(btVector3(40, 10, -40),
+                                                    btVector3(40, -10, -40));
+    world.dynamicsWorld()->rayTest(down.m_rayFromWorld, down.m_rayToWorld, down);
+    ASSERT_TRUE(down.hasHit());
+    EXPECT_NEAR(down.m_hitPointWorld.y(), 2.0f, 1e-4f);
+    btCollisionWorld::ClosestRayResultCallback outside(btVector3(60, 10, 0), btVector3(60, -10, 0));
+    world.dynamicsWorld()->rayTest(outside.m_rayFromWorld, outside.m_rayToWorld, outside);
+    EXPECT_FALSE(outside.hasHit());
+    const auto lines = readLines("log.txt");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], "triangles");
+    EXPECT_EQ(lines[1], "points");
+}
+
+TEST_F(PhysicsWorldTest, ModelsWithoutTrianglesCookToNothing) {
+    PhysicsWorld world;
+    FBXModel empty;
+    EXPECT_EQ(world.createStaticMesh(&empty), nullptr);
+    FBXModel quads;
+    flatSquare(quads, 1, 0, 1);
+    quads.polygonVertexIndices = {{0, 1, 2, 3}};
+    EXPECT_EQ(world.createStaticMesh(&quads), nullptr) << "quads are not triangles";
+    FBXModel wild;
+    flatSquare(wild, 1, 0, 1);
+    wild.polygonVertexIndices = {{0, 1, 99}};
+    EXPECT_EQ(world.createStaticMesh(&wild), nullptr) << "indices past the points are refused";
+    EXPECT_EQ(world.createConvexActor(&empty), nullptr);
+    FBXModel box;
+    flatSquare(box, 1, 0, 1);
+    box.controlPointCount = 8;
+    for (int i = 0; i < 4; ++i) {
+        box.controlPoints.insert(box.controlPoints.end(), {box.controlPoints[i * 4], 1.0,
+                                                           box.controlPoints[i * 4 + 2], 1.0});
+    }
+    EXPECT_NE(world.createConvexActor(&box), nullptr);
+}
+
+TEST_F(PhysicsWorldTest, BodiesFallUnderGravityAndLandOnCookedGround) {
+    for (float dt : {0.1f, 0.3f}) {
+        PhysicsWorld world;
+        FBXModel ground;
+        flatSquare(ground, 100, 0, 1);
+        world.createStaticMesh(&ground);
+        Object3D owner;
+        PhysicsActor* rocket = world.createCapsuleActor(&owner, 0.2f, 0.1f);
+        rocket->setGlobalPosition(Vector3D(0, 5, 0));
+        world.step(0.05f);
+        EXPECT_FLOAT_EQ(rocket->getGlobalPosition().y, 5.0f) << "less than a step: nothing";
+        // Upright its foot is at 0; tipped over it lies across, its foot at most its length up.
+        const float rest = heightAfterFalling(world, rocket, 6.0f, dt);
+        EXPECT_GT(rest, -0.05f) << "dt " << dt;
+        EXPECT_LT(rest, 0.45f) << "dt " << dt;
+        const float later = heightAfterFalling(world, rocket, 2.0f, dt);
+        EXPECT_GT(later, -0.05f) << "still on the ground two seconds later, dt " << dt;
+    }
+}
+
+TEST_F(PhysicsWorldTest, TouchesAreReportedOncePerFlaggedPair) {
+    PhysicsWorld world;
+    RecordingReport report;
+    world.setContactReport(&report);
+    FBXModel groundModel;
+    flatSquare(groundModel, 100, 0, 1);
+    Object3D ground, rocket, wolfA, wolfB, herder;
+    ground.type = Object3D::kScenery;
+    rocket.type = Object3D::kRocket;
+    wolfA.type = wolfB.type = Object3D::kWolf;
+    herder.type = Object3D::kHerder;
+    PhysicsActor* mesh = world.createStaticMesh(&groundModel);
+    mesh->group = 6;
+    mesh->userData = &ground;
+    PhysicsActor* r = world.createCapsuleActor(&rocket, 0.2f, 0.1f);
+    r->group = 4;
+    r->setGlobalPosition(Vector3D(0, 1, 0));
+    heightAfterFalling(world, r, 4.0f, 0.1f); // lands and rests on the ground for seconds
+    ASSERT_EQ(report.levelHits.size(), 1u) << "resting on the mesh reports only once";
+    EXPECT_EQ(report.levelHits[0], &rocket);
+
+    // Two falling wolves' bodies touch each other and the ground: groups (2,2) and (2,6) are
+    // not flagged.
+    PhysicsActor* a = world.createCapsuleActor(&wolfA, 1.0f, 0.5f);
+    PhysicsActor* b = world.createCapsuleActor(&wolfB, 1.0f, 0.5f);
+    a->group = b->group = 2;
+    a->setGlobalPosition(Vector3D(10, 0, 0));
+    b->setGlobalPosition(Vector3D(10, 2.2f, 0));
+    heightAfterFalling(world, b, 2.0f, 0.1f);
+    EXPECT_TRUE(report.wolfHits.empty());
+    EXPECT_EQ(report.levelHits.size(), 1u);
+    EXPECT_TRUE(world.reportsPair(4, 2) && world.reportsPair(3, 4) && world.reportsPair(10, 4));
+    EXPECT_FALSE(world.reportsPair(4, 4) || world.reportsPair(2, 3) || world.reportsPair(6, 10));
+}
+
+TEST_F(PhysicsWorldTest, ParticlesPassThroughEachOtherButNotTheGround) {
+    PhysicsWorld world;
+    FBXModel groundModel;
+    flatSquare(groundModel, 100, 0, 1);
+    world.createStaticMesh(&groundModel);
+    Object3D owner;
+    PhysicsActor* lower = world.createCapsuleActor(&owner, 0.05f, 0.5f);
+    PhysicsActor* upper = world.createCapsuleActor(&owner, 0.05f, 0.5f);
+    lower->shapeGroup = upper->shapeGroup = PhysicsWorld::kParticleShapeGroup;
+    lower->setGlobalPosition(Vector3D(0, 0, 0));
+    upper->setGlobalPosition(Vector3D(0, 3, 0));
+    EXPECT_NEAR(heightAfterFalling(world, upper, 3.0f, 0.1f), 0.0f, 0.1f)
+        << "the upper particle ends on the ground, not on the lower one";
+    EXPECT_NEAR(lower->getGlobalPosition().y, 0.0f, 0.1f);
+    EXPECT_FALSE(world.groupsCollide(9, 9));
+    EXPECT_FALSE(world.groupsCollide(10, 9));
+    EXPECT_TRUE(world.groupsCollide(9, 0));
+}
+
+TEST(ContactRulesTest, KindsDecideInTheirOrder) {
+    Object3D sheep, wolf, rocket, level, herder, otherSheep;
+    sheep.type = otherSheep.type = Object3D::kSheep;
+    wolf.type = Object3D::kWolf;
+    rocket.type = Object3D::kRocket;
+    level.type = Object3D::kScenery;
+    herder.type = Object3D::kHerder;
+    using O = ContactReport::Outcome;
+    const struct {
+        Object3D* a;
+        Object3D* b;
+        O outcome;
+        Object3D* subject;
+    } cases[] = {
+        {&sheep, &rocket, O::SheepHit, &sheep},  {&rocket, &sheep, O::SheepHit, &sheep},
+        {&rocket, &wolf, O::WolfHit, &wolf},     {&level, &rocket, O::RocketOnLevel, &level},
+        {&rocket, &herder, O::None, nullptr},    {&sheep, &wolf, O::None, nullptr},
+        {&wolf, &level, O::None, nullptr},       {&rocket, &rocket, O::None, nullptr},
+        {&sheep, &otherSheep, O::None, nullptr}, {nullptr, &rocket, O::None, nullptr},
+    };
+    for (const auto& c : cases) {
+        Object3D* subject = nullptr;
+        Object3D* hitBy = nullptr;
+        EXPECT_EQ(ContactReport::classify(c.a, c.b, &subject, &hitBy), c.outcome);
+        if (c.subject != nullptr) {
+            EXPECT_EQ(subject, c.subject);
+            EXPECT_EQ(hitBy, &rocket);
+        }
+    }
+    Object3D* subject = nullptr;
+    Object3D* other = nullptr;
+    ContactReport::classify(&sheep, &otherSheep, &subject, &other);
+    EXPECT_EQ(subject, &otherSheep) << "with two of a kind the second is taken";
+}
+
+struct RecordingHits : ControllerHitReport {
+    std::vector<std::pair<Object3D*, Object3D*>> catches;
+    std::vector<bool> pathSearch;
+    void wolfCaughtSheep(Object3D* wolf, Object3D* sheep, bool search) override {
+        catches.push_back({wolf, sheep});
+        pathSearch.push_back(search);
+    }
+};
+
+TEST(ControllerHitRulesTest, OnlyAWolfRunningIntoASheepCatchesIt) {
+    Object3D sheep, wolf, herder, level;
+    sheep.type = Object3D::kSheep;
+    wolf.type = Object3D::kWolf;
+    herder.type = Object3D::kHerder;
+    level.type = Object3D::kScenery;
+    RecordingHits hits;
+    hits.onShapeHit(&sheep, &wolf);
+    hits.onShapeHit(&herder, &sheep);
+    hits.onShapeHit(&wolf, &level);
+    hits.onShapeHit(&wolf, nullptr);
+    hits.onShapeHit(nullptr, &sheep);
+    EXPECT_TRUE(hits.catches.empty());
+    Engine::getInstance()->pathSearch = true;
+    hits.onShapeHit(&wolf, &sheep);
+    ASSERT_EQ(hits.catches.size(), 1u);
+    EXPECT_EQ(hits.catches[0].first, &wolf);
+    EXPECT_TRUE(hits.pathSearch[0]);
+}
+
+} // namespace
