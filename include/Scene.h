@@ -52,7 +52,9 @@ private:
     // A static piece of the level: its cooked mesh turned and moved into place.
     Object3D* scenery(const char* name, FBXModel* model, int group, float turn, const Vector3D& at);
     void placeHerder();
-    // Tells every model a changed render mode (buffer objects need the driver's support).
+    // Tells every model the input's render mode (buffer objects need the driver's support).
+    void setRenderModes();
+    // The same, only when the mode has changed since the last time.
     void applyRenderMode();
     // Moves every active object that has a character controller.
     void moveControllers(float dt);

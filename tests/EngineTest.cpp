@@ -18,30 +18,18 @@
 
 namespace {
 
-int64_t manualNow = 0;
-bool manualAvailable = true;
-
-bool manualCounter(int64_t* count, int64_t* frequency) {
-    *count = manualNow;
-    *frequency = 1000000;
-    return manualAvailable;
-}
-
-// Advances the manual clock by the given seconds.
 void advance(double seconds) {
-    manualNow += static_cast<int64_t>(seconds * 1000000.0 + 0.5);
+    ManualClock::advance(seconds);
 }
 
 class EngineTest : public TempDirTest {
 protected:
     void SetUp() override {
         TempDirTest::SetUp();
-        manualNow = 1000000;
-        manualAvailable = true;
-        Timer::setCounterSource(&manualCounter);
+        ManualClock::install();
     }
     void TearDown() override {
-        Timer::setCounterSource(nullptr);
+        ManualClock::remove();
         TempDirTest::TearDown();
     }
 };
@@ -157,7 +145,7 @@ TEST_F(EngineTest, FrameCountFollowsDisplayEvents) {
 }
 
 TEST_F(EngineTest, SceneLogsATimerFailureAndGoesOn) {
-    manualAvailable = false;
+    ManualClock::available = false;
     Scene scene;
     const auto lines = readLines("log.txt");
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "timer could not be initialised."), 1);

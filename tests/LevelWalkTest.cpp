@@ -16,14 +16,6 @@
 
 namespace {
 
-int64_t manualNow = 0;
-
-bool manualCounter(int64_t* count, int64_t* frequency) {
-    *count = manualNow;
-    *frequency = 1000000;
-    return true;
-}
-
 constexpr double kCycle = 1.0 / 30.0;
 constexpr float kArrival = 2.0f;
 // Cycles without getting 0.5 units closer before the walk counts as stuck.
@@ -35,8 +27,7 @@ protected:
         TempDirTest::SetUp();
         openTestWindow();
         linkDataFiles();
-        manualNow = 1000000;
-        Timer::setCounterSource(&manualCounter);
+        ManualClock::install();
         engine_ = Engine::getInstance();
         engine_->physics = new PhysicsWorld();
         engine_->mouseSensPitch = 1;
@@ -48,12 +39,12 @@ protected:
         }
     }
     void TearDown() override {
-        Timer::setCounterSource(nullptr);
+        ManualClock::remove();
         TempDirTest::TearDown();
     }
     void cycle() {
         engine_->processInput();
-        manualNow += static_cast<int64_t>(kCycle * 1000000.0);
+        ManualClock::advance(kCycle);
         scene_->update();
     }
     Vector3D at() const { return herder_->controller->getPosition(); }

@@ -22,34 +22,25 @@
 
 namespace {
 
-int64_t manualNow = 0;
-
-bool manualCounter(int64_t* count, int64_t* frequency) {
-    *count = manualNow;
-    *frequency = 1000000;
-    return true;
-}
-
 class SceneTest : public TempDirTest {
 protected:
     void SetUp() override {
         TempDirTest::SetUp();
         openTestWindow();
         linkDataFiles();
-        manualNow = 1000000;
-        Timer::setCounterSource(&manualCounter);
+        ManualClock::install();
         engine_ = Engine::getInstance();
         engine_->physics = new PhysicsWorld();
         scene_ = new Scene();
         engine_->scene = scene_;
     }
     void TearDown() override {
-        Timer::setCounterSource(nullptr);
+        ManualClock::remove();
         TempDirTest::TearDown();
     }
     // One world update after `seconds` of the manual clock.
     void cycle(double seconds) {
-        manualNow += static_cast<int64_t>(seconds * 1000000.0 + 0.5);
+        ManualClock::advance(seconds);
         scene_->update();
     }
     std::vector<std::string> listNames() const {

@@ -2,6 +2,7 @@
 #include "TestSupport.h"
 
 #include "Renderer.h"
+#include "Timer.h"
 
 #include <GL/freeglut.h>
 
@@ -74,4 +75,20 @@ std::vector<unsigned char> readPixels(int width, int height) {
     glReadBuffer(GL_BACK);
     glReadPixels(0, 0, width, height, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
     return pixels;
+}
+
+void ManualClock::install() {
+    now = 1000000;
+    available = true;
+    Timer::setCounterSource(&ManualClock::counter);
+}
+
+void ManualClock::remove() {
+    Timer::setCounterSource(nullptr);
+}
+
+bool ManualClock::counter(int64_t* count, int64_t* frequency) {
+    *count = now;
+    *frequency = 1000000;
+    return available;
 }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,18 @@ private:
 
 // The lines of a text file (no line ends); empty when it cannot be read.
 std::vector<std::string> readLines(const std::string& path);
+
+// A counter for Timer that advances only when told to: microseconds since an arbitrary start.
+struct ManualClock {
+    static inline int64_t now = 1000000;
+    static inline bool available = true;
+    // Installs the clock as every Timer's counter source, starting at one second.
+    static void install();
+    // Gives the steady clock back.
+    static void remove();
+    static void advance(double seconds) { now += static_cast<int64_t>(seconds * 1e6 + 0.5); }
+    static bool counter(int64_t* count, int64_t* frequency);
+};
 
 // Initialises GLUT once per process and opens a 1024x768 double-buffered window with a depth
 // buffer on the test display. Fails the test when no display is available.

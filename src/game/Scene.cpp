@@ -128,15 +128,7 @@ void Scene::placeHerder() {
 }
 
 void Scene::prepare() {
-    InputManager* input = InputManager::getInstance();
-    if (input->renderMode == FBXModel::kBufferObjects &&
-        !Engine::getInstance()->hasVertexBufferObjects) {
-        input->renderMode = FBXModel::kImmediate;
-    }
-    for (FBXModel* model : models_) {
-        model->setRenderMode(input->renderMode);
-    }
-    lastRenderMode_ = input->renderMode;
+    setRenderModes();
     animationClock_ = 0.0f;
 }
 
@@ -167,18 +159,24 @@ void Scene::moveControllers(float dt) {
     } while (node != sceneList_->head() && node != nullptr);
 }
 
-void Scene::applyRenderMode() {
+// Buffer objects need the driver's support: without it mode 2 becomes 0 before any model sees
+// it. Every model then gets the mode.
+void Scene::setRenderModes() {
     InputManager* input = InputManager::getInstance();
-    if (input->renderMode != lastRenderMode_) {
-        if (input->renderMode == FBXModel::kBufferObjects &&
-            !Engine::getInstance()->hasVertexBufferObjects) {
-            input->renderMode = FBXModel::kImmediate;
-        }
-        for (FBXModel* model : models_) {
-            model->setRenderMode(input->renderMode);
-        }
+    if (input->renderMode == FBXModel::kBufferObjects &&
+        !Engine::getInstance()->hasVertexBufferObjects) {
+        input->renderMode = FBXModel::kImmediate;
+    }
+    for (FBXModel* model : models_) {
+        model->setRenderMode(input->renderMode);
     }
     lastRenderMode_ = input->renderMode;
+}
+
+void Scene::applyRenderMode() {
+    if (InputManager::getInstance()->renderMode != lastRenderMode_) {
+        setRenderModes();
+    }
 }
 
 void Scene::update() {
