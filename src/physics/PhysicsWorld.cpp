@@ -149,7 +149,7 @@ void PhysicsWorld::deliverContacts() {
         if (!touching || a == nullptr || b == nullptr || !reportsPair(a->group, b->group)) {
             continue;
         }
-        const auto key = std::minmax<const void*>(a, b);
+        const std::pair<const void*, const void*> key = std::minmax<const void*>(a, b);
         const auto found = touching_.find(key);
         if (found == touching_.end()) {
             started.emplace_back(a, b);
