@@ -13,6 +13,7 @@ class List;
 class Node;
 class Object3D;
 class Timer;
+class WaypointGraph;
 
 class Scene {
 public:
@@ -36,6 +37,8 @@ public:
     void setPlayer(Object3D* player) { player_ = player; }
     HUD* getHud() const { return hud_; }
     Timer* getTimer() const { return timer_; }
+    // The canyon's waypoint graph, made by prepare().
+    WaypointGraph* getWaypoints() const { return waypoints_; }
     float getGameSeconds() const { return gameSeconds_; }
     int getWolfCount() const { return wolfCount_; }
     int getSheepCount() const { return sheepCount_; }
@@ -43,6 +46,12 @@ public:
     FBXModel* getBallModel() const { return ballModel_; }
     Object3D* getFlag() const { return flag_; }
     int getLastRenderMode() const { return lastRenderMode_; }
+    // Fires a rocket from `position`, pushed along `direction`; it is named, listed and kept.
+    void fireRocket(Vector3D position, Vector3D direction);
+    // The rockets fired and not yet expired (exploded ones stay).
+    std::vector<Object3D*>& getRockets() { return rockets_; }
+    // Rockets fired so far in this run.
+    int getRocketCount() const { return rocketCount_; }
 
 private:
     // Appends to the scene list; the first node appended becomes its head.
@@ -78,9 +87,13 @@ private:
     int lastRenderMode_ = 0;
     float animationClock_ = 0.0f;
     int sheepCount_ = 0;
+    WaypointGraph* waypoints_ = nullptr;
     Timer* timer_ = nullptr;
     float framesThisSecond_ = 0.0f;
     float fpsClock_ = 0.0f;
     int spare_ = 0;
     float physicsClock_ = 0.0f;
+    // Numbers the rockets' names; never reset.
+    int rocketCount_ = 0;
+    std::vector<Object3D*> rockets_;
 };

@@ -16,6 +16,7 @@
 #include "Renderer.h"
 #include "TestSupport.h"
 #include "Timer.h"
+#include "WaypointGraph.h"
 
 #include <algorithm>
 #include <cmath>
@@ -114,7 +115,10 @@ TEST_F(SceneTest, PhysicsStepsOnlyOnceMoreThanAStepHasGathered) {
 TEST_F(SceneTest, RenderModeTwoWithoutBufferObjectsBecomesZeroBeforeModelsSeeIt) {
     engine_->hasVertexBufferObjects = false;
     InputManager::getInstance()->renderMode = 2;
+    EXPECT_EQ(scene_->getWaypoints(), nullptr);
     scene_->prepare();
+    ASSERT_NE(scene_->getWaypoints(), nullptr) << "prepare makes the waypoint graph";
+    EXPECT_EQ(scene_->getWaypoints()->getWaypoints().size(), 7u);
     EXPECT_EQ(InputManager::getInstance()->renderMode, 0);
     for (FBXModel* model : scene_->getModels()) {
         EXPECT_NE(model->renderMode, 2);

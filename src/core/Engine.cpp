@@ -33,6 +33,13 @@ static constexpr unsigned kControllerGroups =
     PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
 static constexpr float kMinMoveDistance = 0.0000001f;
 static constexpr float kSharpness = 1.0f;
+// Firing: launch speed along the facing, the upward part and how much looking up adds to it,
+// and where the rocket starts relative to the herder.
+static constexpr float kLaunchForward = 40.0f;
+static constexpr float kLaunchUp = 5.0f;
+static constexpr float kLaunchPitchFactor = 8.0f;
+static constexpr float kLaunchBehind = 0.4f;
+static constexpr float kLaunchAbove = 2.5f;
 
 Engine::Engine() {
     Renderer::nearClip = kNearClip;
@@ -136,6 +143,19 @@ void Engine::walk(Object3D* herder) {
     }
 }
 
+// A rocket leaves from above the herder's head, a little behind it so that it clears the
+// herder's own capsule, and climbs more as the camera sinks (and so looks further up).
+static void fireFrom(Scene* scene, const Object3D* herder, const Renderer* renderer) {
+    const Camera* camera = renderer != nullptr ? renderer->getCamera() : nullptr;
+    const float pitch = camera != nullptr ? camera->height : 0.0f;
+    const Vector3D facing = herder->getDirection();
+    const Vector3D direction =
+        facing * kLaunchForward + Vector3D(0.0f, kLaunchUp - kLaunchPitchFactor * pitch, 0.0f);
+    const Vector3D start =
+        herder->getPosition() + facing * -kLaunchBehind + Vector3D(0.0f, kLaunchAbove, 0.0f);
+    scene->fireRocket(start, direction);
+}
+
 // Drops a marker ball at the herder and logs where it is.
 void Engine::placeMarker(Object3D* herder) {
     Object3D* marker = new Object3D();
@@ -153,6 +173,12 @@ void Engine::processInput() {
         const float dt = scene->getTimer() != nullptr ? scene->getTimer()->getFrameTime() : 0.0f;
         turnAndLook(herder, dt);
         walk(herder);
+    }
+    if (input->fireRequested) {
+        input->fireRequested = false;
+        if (herder != nullptr) {
+            fireFrom(scene, herder, renderer);
+        }
     }
     if (input->wireframe) {
         glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);

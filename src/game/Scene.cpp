@@ -11,12 +11,15 @@
 #include "Object3D.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
+#include "Rocket.h"
 #include "Timer.h"
+#include "WaypointGraph.h"
 
 #include <GL/gl.h>
 
 #include <cstdlib>
 #include <ctime>
+#include <string>
 
 // fpsClock values above this count as "time has passed" for the mouse-motion reset.
 static constexpr float kMotionResetEpsilon = 0.00001f;
@@ -26,6 +29,10 @@ static constexpr int kCanyonGroup = 10;
 // The herder's capsule and start.
 static constexpr float kHerderHeight = 2.0f;
 static constexpr float kHerderRadius = 0.5f;
+// Rockets: the push-off force per unit of the launch direction, and the rocket model's drawing
+// scale while rockets fly.
+static constexpr float kRocketPush = 30.0f;
+static constexpr float kRocketModelScale = 0.003f;
 
 Scene::Scene() {
     init();
@@ -127,7 +134,27 @@ void Scene::placeHerder() {
     player_->createController(kHerderHeight, kHerderRadius);
 }
 
+// Rockets point where the herder faces whatever the launch direction; the level keeps every
+// rocket it fires until it expires.
+void Scene::fireRocket(Vector3D position, Vector3D direction) {
+    ++rocketCount_;
+    Rocket* rocket = new Rocket(sceneList_);
+    rocket->setModel(rocketModel_);
+    rocket->setPosition(position);
+    rocket->name = "rocket" + std::to_string(rocketCount_);
+    if (rocketModel_ != nullptr) {
+        rocketModel_->scale = kRocketModelScale;
+    }
+    if (player_ != nullptr) {
+        rocket->setDirection(player_->getDirection());
+    }
+    rocket->launch(direction * kRocketPush);
+    append(rocket);
+    rockets_.push_back(rocket);
+}
+
 void Scene::prepare() {
+    waypoints_ = new WaypointGraph();
     setRenderModes();
     animationClock_ = 0.0f;
 }

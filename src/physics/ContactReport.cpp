@@ -2,6 +2,7 @@
 #include "ContactReport.h"
 
 #include "Object3D.h"
+#include "Rocket.h"
 
 // The object of `kind` among a and b (b when both are), and the other one.
 static bool pick(Object3D* a, Object3D* b, int kind, Object3D** found, Object3D** other) {
@@ -65,8 +66,20 @@ void ContactReport::onContactNotify(Object3D* a, Object3D* b) {
 void ContactReport::sheepHit(Object3D*, Object3D*) {
 }
 
-void ContactReport::wolfHit(Object3D*, Object3D*) {
+// Only real rockets burst; the rules go by kind, and a plain object may carry the rocket kind.
+static void explodeRocket(Object3D* rocket) {
+    if (auto* r = dynamic_cast<Rocket*>(rocket)) {
+        r->explode();
+    }
 }
 
-void ContactReport::rocketOnLevel(Object3D*) {
+void ContactReport::wolfHit(Object3D* wolf, Object3D* rocket) {
+    (void)wolf;
+    // TODO(wolf): the wolf takes the rocket's damage here, before the rocket bursts:
+    // static_cast<AIWolf*>(wolf)->hit(static_cast<Rocket*>(rocket)->damage);
+    explodeRocket(rocket);
+}
+
+void ContactReport::rocketOnLevel(Object3D* rocket) {
+    explodeRocket(rocket);
 }

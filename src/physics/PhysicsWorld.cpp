@@ -136,7 +136,9 @@ void PhysicsWorld::step(float dt) {
 // Reports are collected first and delivered after the scan: a report may release bodies.
 void PhysicsWorld::deliverContacts() {
     ++stepCount_;
-    std::vector<std::pair<PhysicsActor*, PhysicsActor*>> started;
+    // Owners, not bodies: a report may release a body that a later report of the same step
+    // names again (a rocket touching two pieces of the level at once).
+    std::vector<std::pair<Object3D*, Object3D*>> started;
     const int manifolds = dispatcher_->getNumManifolds();
     for (int i = 0; i < manifolds; ++i) {
         const btPersistentManifold* m = dispatcher_->getManifoldByIndexInternal(i);
@@ -152,7 +154,7 @@ void PhysicsWorld::deliverContacts() {
         const std::pair<const void*, const void*> key = std::minmax<const void*>(a, b);
         const auto found = touching_.find(key);
         if (found == touching_.end()) {
-            started.emplace_back(a, b);
+            started.emplace_back(a->userData, b->userData);
         }
         touching_[key] = stepCount_;
     }
@@ -160,7 +162,7 @@ void PhysicsWorld::deliverContacts() {
         it = (stepCount_ - it->second > kForgetAfterSteps) ? touching_.erase(it) : std::next(it);
     }
     for (const auto& [a, b] : started) {
-        report_->onContactNotify(a->userData, b->userData);
+        report_->onContactNotify(a, b);
     }
 }
 

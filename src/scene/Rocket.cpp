@@ -1,0 +1,95 @@
+// The herder's rocket: its body and push-off, its lifetime, and the yellow burst it ends in.
+#include "Rocket.h"
+
+#include "Engine.h"
+#include "List.h"
+#include "Particle.h"
+#include "ParticleSystem.h"
+#include "PhysicsActor.h"
+#include "PhysicsWorld.h"
+#include "Scene.h"
+
+#include <algorithm>
+
+// The body: a short, thick capsule, swept against the world so that it cannot tunnel.
+static constexpr float kBodyHeight = 0.1f;
+static constexpr float kBodyRadius = 0.2f;
+// Actor group of rockets: the world reports their touches with wolves, sheep and the level.
+static constexpr int kRocketGroup = 4;
+// The extra angle a rocket's drawing is given.
+static constexpr float kModelTurn = 90.0f;
+static constexpr float kCullRadius = 0.3f;
+// The burst: an eight-second system that sprays yellow specks for a fifth of a second.
+static constexpr float kBurstDuration = 8.0f;
+static constexpr int kBurstRate = 400;
+static constexpr float kBurstParticleLifetime = 7.0f;
+static constexpr float kBurstSpare = 1.0f;
+static constexpr float kBurstEmissionTime = 0.2f;
+static constexpr float kBurstParticleSize = 0.4f;
+static const Vector3D kBurstBaseVelocity(0.0f, 0.2f, 0.0f);
+static const Vector3D kBurstColour(1.0f, 1.0f, 0.1f);
+
+Rocket::Rocket(List* sceneList) : sceneList(sceneList) {
+    type = kRocket;
+}
+
+void Rocket::launch(const Vector3D& force) {
+    createCapsuleActor(kBodyHeight, kBodyRadius);
+    rotationAngle = kModelTurn;
+    cullRadius = kCullRadius;
+    if (actor == nullptr) {
+        return;
+    }
+    actor->setGlobalPosition(position);
+    actor->addForce(force);
+    actor->userData = this;
+    actor->group = kRocketGroup;
+}
+
+// An expired rocket leaves the scene but keeps its body: it flies on unseen, and should it still
+// touch something, it bursts there after all.
+void Rocket::update(float dt) {
+    Object3D::update(dt);
+    age += dt;
+    if (age <= lifetime) {
+        return;
+    }
+    stop();
+    unlinkFromRing(this);
+    Scene* scene = Engine::getInstance()->scene;
+    if (scene == nullptr) {
+        return;
+    }
+    std::vector<Object3D*>& rockets = scene->getRockets();
+    const auto found = std::find(rockets.begin(), rockets.end(), this);
+    if (found != rockets.end()) {
+        rockets.erase(found);
+    }
+}
+
+void Rocket::hit(Object3D*) {
+}
+
+// An exploded rocket is not freed: it stays in the level's rocket list, which only expiry
+// shortens.
+void Rocket::explode() {
+    if (actor == nullptr) {
+        return;
+    }
+    auto* burst = new ParticleSystem(kBurstDuration, kBurstRate, kBurstParticleLifetime,
+                                     kBurstBaseVelocity, kBurstSpare);
+    burst->particleColour = kBurstColour;
+    burst->particleSize = kBurstParticleSize;
+    burst->emissionTime = kBurstEmissionTime;
+    burst->setPosition(actor->getGlobalPosition());
+    if (sceneList != nullptr) {
+        sceneList->attach(burst);
+    }
+    visible = false;
+    PhysicsWorld* physics = Engine::getInstance()->physics;
+    if (physics != nullptr) {
+        physics->releaseActor(actor);
+    }
+    actor = nullptr;
+    unlinkFromRing(this);
+}
