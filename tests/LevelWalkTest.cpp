@@ -4,6 +4,7 @@
 #include "CharacterController.h"
 #include "Engine.h"
 #include "InputManager.h"
+#include "LevelFixture.h"
 #include "LevelLayout.h"
 #include "LevelMeshes.h"
 #include "Object3D.h"
@@ -21,31 +22,20 @@ constexpr float kArrival = 2.0f;
 // Cycles without getting 0.5 units closer before the walk counts as stuck.
 constexpr int kStuckCycles = 120;
 
-class LevelWalkTest : public TempDirTest {
+class LevelWalkTest : public LevelFixture {
 protected:
     void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
-        ManualClock::install();
-        engine_ = Engine::getInstance();
-        engine_->physics = new PhysicsWorld();
+        LevelFixture::SetUp();
         engine_->mouseSensPitch = 1;
-        scene_ = new Scene();
-        engine_->scene = scene_;
         herder_ = scene_->getPlayer();
         for (int i = 0; i < 60; ++i) {
-            cycle();
+            step();
         }
     }
-    void TearDown() override {
-        ManualClock::remove();
-        TempDirTest::TearDown();
-    }
-    void cycle() {
+    // One cycle of the game: the input step, then the world update.
+    void step() {
         engine_->processInput();
-        ManualClock::advance(kCycle);
-        scene_->update();
+        cycle(kCycle);
     }
     Vector3D at() const { return herder_->controller->getPosition(); }
 
@@ -87,14 +77,12 @@ protected:
             face(target);
             // Close to the target, shorter steps: one cycle's walk is 2.4 units.
             input->forwardHeld = distance > 1.0f;
-            cycle();
+            step();
         }
         ADD_FAILURE() << "never reached " << name;
         return false;
     }
 
-    Engine* engine_ = nullptr;
-    Scene* scene_ = nullptr;
     Object3D* herder_ = nullptr;
 };
 

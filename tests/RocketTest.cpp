@@ -6,6 +6,7 @@
 #include "Engine.h"
 #include "FBXModel.h"
 #include "InputManager.h"
+#include "LevelFixture.h"
 #include "LevelMeshes.h"
 #include "List.h"
 #include "ParticleSystem.h"
@@ -139,22 +140,8 @@ TEST_F(RocketPhysicsTest, FullSpeedRocketHitsACapsuleTwentyUnitsAway) {
     EXPECT_GT(bursts[0]->getPosition().z, -20.0f) << "in front of the capsule, not behind it";
 }
 
-class RocketSceneTest : public TempDirTest {
+class RocketSceneTest : public LevelFixture {
 protected:
-    void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
-        ManualClock::install();
-        engine_ = Engine::getInstance();
-        engine_->physics = new PhysicsWorld();
-        scene_ = new Scene();
-        engine_->scene = scene_;
-    }
-    void TearDown() override {
-        ManualClock::remove();
-        TempDirTest::TearDown();
-    }
     // World updates of 1/30 s until `seconds` have passed.
     void run(double seconds) {
         for (long i = std::lround(seconds * 30.0); i > 0; --i) {
@@ -167,8 +154,6 @@ protected:
         scene_->fireRocket(Vector3D(x, 30, 0), Vector3D(0, 40, 0));
         return scene_->getRockets().back();
     }
-    Engine* engine_ = nullptr;
-    Scene* scene_ = nullptr;
 };
 
 TEST_F(RocketSceneTest, UntouchedRocketsGoAfterFiveSecondsAndNamesCountOn) {

@@ -8,6 +8,7 @@
 #include "FBXModel.h"
 #include "HUD.h"
 #include "InputManager.h"
+#include "LevelFixture.h"
 #include "LevelMeshes.h"
 #include "List.h"
 #include "Object3D.h"
@@ -23,27 +24,8 @@
 
 namespace {
 
-class SceneTest : public TempDirTest {
+class SceneTest : public LevelFixture {
 protected:
-    void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
-        ManualClock::install();
-        engine_ = Engine::getInstance();
-        engine_->physics = new PhysicsWorld();
-        scene_ = new Scene();
-        engine_->scene = scene_;
-    }
-    void TearDown() override {
-        ManualClock::remove();
-        TempDirTest::TearDown();
-    }
-    // One world update after `seconds` of the manual clock.
-    void cycle(double seconds) {
-        ManualClock::advance(seconds);
-        scene_->update();
-    }
     std::vector<std::string> listNames() const {
         std::vector<std::string> names;
         for (int i = 0; i < scene_->getSceneList()->count(); ++i) {
@@ -51,8 +33,6 @@ protected:
         }
         return names;
     }
-    Engine* engine_ = nullptr;
-    Scene* scene_ = nullptr;
 };
 
 TEST_F(SceneTest, LevelIsBuiltInItsOrder) {
