@@ -99,6 +99,8 @@ public:
     bool useShininess = false;
 
 protected:
+    // The win and lose test of the goal marker.
+    void checkGoal();
     // Whether the renderer's frustum says this object is out of view.
     bool culled() const;
     void applyMaterial();

@@ -60,6 +60,8 @@ public:
     PhysicsActor* createConvexActor(FBXModel* model);
     // Removes a body from the simulation and frees it; the handle is deleted too.
     void releaseActor(PhysicsActor* actor);
+    // Removes a controller and its kinematic capsule; the controller is freed.
+    void releaseController(CharacterController* controller);
 
     // Report contacts between these two actor groups when they start to touch.
     void setActorPairFlags(int a, int b, bool report);

@@ -42,6 +42,12 @@ public:
     float getGameSeconds() const { return gameSeconds_; }
     int getWolfCount() const { return wolfCount_; }
     int getSheepCount() const { return sheepCount_; }
+    // The six sheep in creation order, dead ones included.
+    const std::vector<AISheep*>& getSheep() const { return sheep_; }
+    // Entries of the sheep list standing closer than `radius` to `point`.
+    int sheepWithin(const Vector3D& point, float radius) const;
+    // A sheep has died: one fewer is left.
+    void sheepDied() { sheepCount_ -= 1; }
     const std::vector<FBXModel*>& getModels() const { return models_; }
     FBXModel* getBallModel() const { return ballModel_; }
     Object3D* getFlag() const { return flag_; }
@@ -61,6 +67,7 @@ private:
     // A static piece of the level: its cooked mesh turned and moved into place.
     Object3D* scenery(const char* name, FBXModel* model, int group, float turn, const Vector3D& at);
     void placeHerder();
+    void placeSheep();
     // Tells every model the input's render mode (buffer objects need the driver's support).
     void setRenderModes();
     // The same, only when the mode has changed since the last time.

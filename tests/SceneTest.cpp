@@ -2,6 +2,7 @@
 // order, the placed scenery and herder, the render-mode rule, the input step on the herder, and
 // the herder landing on and walking over the terrain, on a manual clock.
 #include "Scene.h"
+#include "AISheep.h"
 #include "Camera.h"
 #include "CharacterController.h"
 #include "Engine.h"
@@ -12,10 +13,12 @@
 #include "LevelMeshes.h"
 #include "List.h"
 #include "Object3D.h"
+#include "ParticleSystem.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "TestSupport.h"
+#include "TextBitmap.h"
 #include "Timer.h"
 #include "WaypointGraph.h"
 
@@ -36,11 +39,24 @@ protected:
 };
 
 TEST_F(SceneTest, LevelIsBuiltInItsOrder) {
-    const std::vector<std::string> expected = {"terrain", "NoName", "canyon1", "powerplant",
-                                               "FIN",     "playr",  "NoName",  "NoName"};
+    const std::vector<std::string> expected = {
+        "terrain", "NoName", "canyon1", "powerplant", "FIN",    "playr",  "sheep0",
+        "sheep1",  "sheep2", "sheep3",  "sheep4",     "sheep5", "NoName", "NoName"};
     EXPECT_EQ(listNames(), expected);
-    EXPECT_EQ(scene_->getSceneList()->getAt(6), HUD::getInstance());
-    EXPECT_EQ(scene_->getSceneList()->getAt(7), scene_->getFlag());
+    EXPECT_EQ(scene_->getSceneList()->getAt(12), HUD::getInstance());
+    EXPECT_EQ(scene_->getSceneList()->getAt(13), scene_->getFlag());
+    ASSERT_EQ(scene_->getSheep().size(), 6u);
+    EXPECT_EQ(scene_->getSheepCount(), 6);
+    for (int i = 0; i < 6; ++i) {
+        AISheep* sheep = scene_->getSheep()[static_cast<size_t>(i)];
+        EXPECT_EQ(scene_->getSceneList()->getAt(6 + i), sheep);
+        EXPECT_EQ(sheep->type, Object3D::kSheep);
+        EXPECT_FLOAT_EQ(sheep->getPosition().x, 10.0f * i - 30.0f);
+        ASSERT_NE(sheep->controller, nullptr);
+        EXPECT_EQ(sheep->controller->getActor()->group, 3);
+        EXPECT_EQ(sheep->controller->getActor()->userData, sheep);
+        EXPECT_FLOAT_EQ(sheep->controller->getPosition().y, 10.25f) << "half its height up";
+    }
     EXPECT_FALSE(scene_->getFlag()->visible) << "the flag waits for the first herd command";
     EXPECT_EQ(scene_->getWolfCount(), 0);
     ASSERT_EQ(scene_->getModels().size(), 10u);
@@ -193,6 +209,53 @@ TEST_F(SceneTest, SwitchesHideTheBallModelAndMarkersLogThePosition) {
     const auto lines = readLines("log.txt");
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines.back().rfind("vector/", 0), 0u) << lines.back();
+}
+
+TEST_F(SceneTest, ARocketKillsASheepOnceAndLeavesABurst) {
+    AISheep* sheep = scene_->getSheep()[2];
+    const int listed = scene_->getSceneList()->count();
+    const Vector3D at = sheep->controller->getActor()->getGlobalPosition();
+    sheep->dieByRocket();
+    sheep->dieByRocket(); // a second rocket contact in the same step
+    EXPECT_EQ(scene_->getSheepCount(), 5);
+    EXPECT_FALSE(sheep->alive());
+    EXPECT_FALSE(sheep->visible);
+    EXPECT_EQ(sheep->controller, nullptr);
+    EXPECT_EQ(scene_->getSheep()[2], sheep) << "dead sheep stay in the sheep list";
+    EXPECT_EQ(scene_->getSceneList()->count(), listed) << "the sheep out, one burst in";
+    auto* burst = dynamic_cast<ParticleSystem*>(scene_->getSceneList()->head()->prev);
+    ASSERT_NE(burst, nullptr);
+    EXPECT_FLOAT_EQ(burst->getPosition().x, at.x);
+    EXPECT_FLOAT_EQ(burst->duration, 1.0f);
+    EXPECT_FLOAT_EQ(burst->emissionTime, 0.2f);
+    for (int i = 0; i < scene_->getSceneList()->count(); ++i) {
+        EXPECT_NE(scene_->getSceneList()->getAt(i), sheep);
+    }
+}
+
+TEST_F(SceneTest, GoalMarkerWinsWithThreeSheepInReachAndLosesWithNone) {
+    auto* goal = dynamic_cast<Object3D*>(scene_->getSceneList()->getAt(4));
+    ASSERT_EQ(goal->type, Object3D::kGoalMarker);
+    const auto& flock = scene_->getSheep();
+    const auto message = [] { return HUD::getInstance()->message()->getText(); };
+    flock[0]->setPosition(Vector3D(3, 0, 0));
+    flock[1]->setPosition(Vector3D(0, 0, -14.9f));
+    flock[2]->setPosition(Vector3D(15, 0, 0)); // exactly at the edge: not in reach
+    goal->update(0.01f);
+    EXPECT_EQ(message(), "LEVEL 1") << "two sheep are not enough";
+    flock[2]->setPosition(Vector3D(-10, 1, 5));
+    goal->update(0.01f);
+    EXPECT_EQ(message(), "you won the game. hooray. press ESC to exit.");
+    for (AISheep* sheep : flock) {
+        sheep->remove();
+    }
+    EXPECT_EQ(scene_->getSheepCount(), 0);
+    goal->update(0.01f);
+    EXPECT_EQ(message(), "you won the game. hooray. press ESC to exit.")
+        << "dead sheep in reach still count, and the win is shown after the loss";
+    flock[0]->setPosition(Vector3D(100, 0, 0));
+    goal->update(0.01f);
+    EXPECT_EQ(message(), "you lost. hah. press ESC to exit.");
 }
 
 } // namespace

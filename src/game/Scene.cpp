@@ -1,6 +1,7 @@
 // The level: its models, the objects placed in a fixed order, and the per-frame world update.
 #include "Scene.h"
 
+#include "AISheep.h"
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
@@ -29,6 +30,11 @@ static constexpr int kCanyonGroup = 10;
 // The herder's capsule and start.
 static constexpr float kHerderHeight = 2.0f;
 static constexpr float kHerderRadius = 0.5f;
+// The flock: how many, their capsules and their actor group.
+static constexpr int kSheepCount = 6;
+static constexpr float kSheepHeight = 0.5f;
+static constexpr float kSheepRadius = 1.0f;
+static constexpr int kSheepGroup = 3;
 // Rockets: the push-off force per unit of the launch direction, and the rocket model's drawing
 // scale while rockets fly.
 static constexpr float kRocketPush = 30.0f;
@@ -51,6 +57,7 @@ void Scene::init() {
     Logfile::appendLine("initialising scene");
     placeScenery();
     placeHerder();
+    placeSheep();
     append(hud_);
     flag_ = new Object3D();
     flag_->setModel(flagModel_);
@@ -151,6 +158,36 @@ void Scene::fireRocket(Vector3D position, Vector3D direction) {
     rocket->launch(direction * kRocketPush);
     append(rocket);
     rockets_.push_back(rocket);
+}
+
+// Six sheep in a row south of the goal, dropped from above the meadow.
+void Scene::placeSheep() {
+    for (int i = 0; i < kSheepCount; ++i) {
+        AISheep* sheep = new AISheep(this);
+        sheep->name = "sheep" + std::to_string(i);
+        sheep->setModel(models_[2]);
+        sheep->setPosition(Vector3D(10.0f * static_cast<float>(i) - 30.0f, 10.0f, -20.0f));
+        sheep->rotationAngle = 90.0f;
+        sheep->setCullRadius(0.1f);
+        sheep->createController(kSheepHeight, kSheepRadius);
+        if (sheep->controller != nullptr) {
+            sheep->controller->getActor()->group = kSheepGroup;
+            sheep->controller->getActor()->userData = sheep;
+        }
+        append(sheep);
+        sheep_.push_back(sheep);
+        sheepCount_ += 1;
+    }
+}
+
+int Scene::sheepWithin(const Vector3D& point, float radius) const {
+    int count = 0;
+    for (const AISheep* sheep : sheep_) {
+        const Vector3D p = sheep->getPosition();
+        const float dx = p.x - point.x, dy = p.y - point.y, dz = p.z - point.z;
+        count += (dx * dx + dy * dy + dz * dz < radius * radius) ? 1 : 0;
+    }
+    return count;
 }
 
 void Scene::prepare() {

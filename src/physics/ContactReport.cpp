@@ -1,6 +1,8 @@
 // Rocket contacts decided by the kinds of the two objects, in a fixed order of rules.
 #include "ContactReport.h"
 
+#include "AISheep.h"
+
 #include "Object3D.h"
 #include "Rocket.h"
 
@@ -63,7 +65,11 @@ void ContactReport::onContactNotify(Object3D* a, Object3D* b) {
     }
 }
 
-void ContactReport::sheepHit(Object3D*, Object3D*) {
+// A rocket kills the sheep it strikes and flies on.
+void ContactReport::sheepHit(Object3D* sheep, Object3D*) {
+    if (auto* victim = dynamic_cast<AISheep*>(sheep)) {
+        victim->dieByRocket();
+    }
 }
 
 // Only real rockets burst; the rules go by kind, and a plain object may carry the rocket kind.

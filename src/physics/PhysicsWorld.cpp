@@ -227,6 +227,16 @@ CharacterController* PhysicsWorld::createController(Object3D* owner, float heigh
     return controllers_.back().get();
 }
 
+void PhysicsWorld::releaseController(CharacterController* controller) {
+    for (auto it = controllers_.begin(); it != controllers_.end(); ++it) {
+        if (it->get() == controller) {
+            releaseActor(controller->getActor());
+            controllers_.erase(it);
+            return;
+        }
+    }
+}
+
 void PhysicsWorld::releaseActor(PhysicsActor* actor) {
     if (actor == nullptr) {
         return;

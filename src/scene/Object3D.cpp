@@ -9,6 +9,7 @@
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
+#include "Scene.h"
 #include "ViewFrustum.h"
 
 #include <cmath>
@@ -22,6 +23,8 @@ static constexpr unsigned kControllerGroups =
     PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
 static constexpr float kMinMoveDistance = 0.0000001f;
 static constexpr float kSharpness = 1.0f;
+// Sheep closer than this to the goal marker count towards the win.
+static constexpr float kGoalRadius = 15.0f;
 // The herder's model faces -x; this turn makes it face its heading.
 static constexpr float kHerderModelTurn = -90.0f;
 
@@ -114,7 +117,27 @@ void Object3D::turn(float degrees) {
     rotationY += degrees;
 }
 
+// The goal marker ends the game: lost when no sheep is left, won while three or more sheep of the
+// level's list stand within reach. Both are tested every cycle; nothing latches the outcome.
+void Object3D::checkGoal() {
+    Engine* engine = Engine::getInstance();
+    const Scene* scene = engine->scene;
+    if (scene == nullptr) {
+        return;
+    }
+    if (scene->getSheepCount() < 1) {
+        engine->showResult(false);
+    }
+    if (scene->sheepWithin(position, kGoalRadius) > 2) {
+        engine->showResult(true);
+    }
+}
+
 void Object3D::update(float dt) {
+    if (type == kGoalMarker) {
+        checkGoal();
+        return;
+    }
     if (controller != nullptr) {
         position = controller->getActor()->getGlobalPosition();
         walkVector = Vector3D(0, 0, 0);

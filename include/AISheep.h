@@ -1,0 +1,29 @@
+// AISheep: the herded animal. It stands idle until the herd command gives it a goal, follows a
+// wolf that seizes it until that wolf dies, and dies in a reddish burst when a rocket hits it.
+#pragma once
+
+#include "AIObject3D.h"
+
+class Scene;
+
+class AISheep : public AIObject3D {
+public:
+    // A living, free sheep of the given level (not owned).
+    explicit AISheep(Scene* scene);
+
+    // The steering step; lets go of a holder that has died.
+    void update(float dt) override;
+    bool alive() const override { return living; }
+    // A rocket struck it: a burst where it stood, then out of the game. Only the first call acts.
+    void dieByRocket();
+    // Releases its controller, leaves the scene list and counts as dead (still in the sheep list).
+    void remove();
+
+    bool living = true;
+    bool heldByWolf = false;
+    // The wolf holding it (not owned).
+    AIObject3D* holder = nullptr;
+
+private:
+    Scene* scene_;
+};
