@@ -4,6 +4,8 @@
 // drawn as a blend between two of them. Models are shared by every object that shows them.
 #pragma once
 
+#include "MaterialOverrides.h"
+
 #include <GL/gl.h>
 
 #include <cstddef>
@@ -22,7 +24,7 @@ class Importer;
 // The preset models: each names its own file, texture, animation and scale.
 enum class ModelKind { Flag, Rocket, Sheep, Herder, Sky, TestSphere, Terrain, Wolf };
 
-class FBXModel {
+class FBXModel : public MaterialOverrides {
 public:
     // Render modes.
     static constexpr int kImmediate = 0;
@@ -58,8 +60,6 @@ public:
     void draw();
     // Draws the bind pose instead of the run frames: the still pose of idle characters.
     void drawStill();
-    // Applies the model's own material overrides, where switched on, to `face`.
-    void applyMaterial(GLenum face) const;
     // Switches render mode, deleting and building the lists and buffers that mode needs.
     void setRenderMode(int mode);
     // Adds seconds to the frame clock; steps at most one frame once it passes kFrameStep.
@@ -113,17 +113,6 @@ public:
     bool visible = true;
     // Whether the model has a still pose to show while its object stands idle (skinned models).
     bool hasStillPose = false;
-    // Material overrides applied by objects that draw the model.
-    GLfloat colour[4] = {1, 1, 1, 1};
-    GLfloat ambient[4] = {0.2f, 0.2f, 0.2f, 1};
-    GLfloat diffuse[4] = {0.8f, 0.8f, 0.8f, 1};
-    GLfloat specular[4] = {0, 0, 0, 1};
-    GLfloat shininess = 0.0f;
-    bool useColour = false;
-    bool useAmbient = false;
-    bool useDiffuse = false;
-    bool useSpecular = false;
-    bool useShininess = false;
 
     // Skinned frames.
     int frameCount = 0;

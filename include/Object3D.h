@@ -3,6 +3,7 @@
 // physics body and the type code that game logic and contact reports tell objects apart by.
 #pragma once
 
+#include "MaterialOverrides.h"
 #include "Node.h"
 #include "Vector3D.h"
 
@@ -12,7 +13,7 @@ class FBXModel;
 class PhysicsActor;
 class CharacterController;
 
-class Object3D : public Node {
+class Object3D : public Node, public MaterialOverrides {
 public:
     // Type codes.
     static constexpr int kPlain = 0;
@@ -87,21 +88,10 @@ public:
     CharacterController* controller = nullptr;
     Vector3D walkVector;
     bool staticPose = false;
-    GLfloat colour[4] = {1, 1, 1, 1};
-    GLfloat ambient[4] = {0.2f, 0.2f, 0.2f, 1};
-    GLfloat diffuse[4] = {0.8f, 0.8f, 0.8f, 1};
-    GLfloat specular[4] = {0, 0, 0, 1};
-    GLfloat shininess = 0.0f;
-    bool useColour = false;
-    bool useAmbient = false;
-    bool useDiffuse = false;
-    bool useSpecular = false;
-    bool useShininess = false;
 
 protected:
     // The win and lose test of the goal marker.
     void checkGoal();
     // Whether the renderer's frustum says this object is out of view.
     bool culled() const;
-    void applyMaterial();
 };

@@ -119,24 +119,6 @@ const float* FBXModel::currentPositions() {
     return blended_.data();
 }
 
-void FBXModel::applyMaterial(GLenum face) const {
-    if (useColour) {
-        glColor4fv(colour);
-    }
-    if (useAmbient) {
-        glMaterialfv(face, GL_AMBIENT, ambient);
-    }
-    if (useDiffuse) {
-        glMaterialfv(face, GL_DIFFUSE, diffuse);
-    }
-    if (useSpecular) {
-        glMaterialfv(face, GL_SPECULAR, specular);
-    }
-    if (useShininess) {
-        glMaterialf(face, GL_SHININESS, shininess);
-    }
-}
-
 // Follows the engine's switches: display lists for static models, and the texture filters.
 void FBXModel::syncSettings() {
     const InputManager* input = InputManager::getInstance();

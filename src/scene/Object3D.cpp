@@ -188,35 +188,17 @@ bool Object3D::culled() const {
     return renderer->frustum->sphereInFrustum(position, cullRadius) == ViewFrustum::kOutside;
 }
 
-void Object3D::applyMaterial() {
-    if (useColour) {
-        glColor4fv(colour);
-    }
-    if (useAmbient) {
-        glMaterialfv(materialFace, GL_AMBIENT, ambient);
-    }
-    if (useDiffuse) {
-        glMaterialfv(materialFace, GL_DIFFUSE, diffuse);
-    }
-    if (useSpecular) {
-        glMaterialfv(materialFace, GL_SPECULAR, specular);
-    }
-    if (useShininess) {
-        glMaterialf(materialFace, GL_SHININESS, shininess);
-    }
-}
-
 void Object3D::draw() {
     if (!visible || culled()) {
         return;
     }
     glDisable(GL_COLOR_MATERIAL);
     applyTransform();
-    applyMaterial();
+    apply(materialFace);
     if (model == nullptr) {
         return;
     }
-    model->applyMaterial(materialFace);
+    model->apply(materialFace);
     if (staticPose && model->hasStillPose) {
         model->drawStill();
     } else {

@@ -41,11 +41,6 @@ static constexpr float kRockTop = 0.86f;
 static constexpr float kSandBottom = 0.89f;
 static constexpr float kSandTop = 0.99f;
 
-static float smoothstep(float t) {
-    t = std::clamp(t, 0.0f, 1.0f);
-    return t * t * (3.0f - 2.0f * t);
-}
-
 // Height of the canyon skin at (x, z): above the ground on the trench sides and rims, below it
 // everywhere else.
 static float skinHeight(float x, float z) {

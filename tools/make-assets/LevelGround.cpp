@@ -23,7 +23,7 @@ static constexpr float kHillHeight = 38.0f;
 static constexpr float kHillWidth = 40.0f;
 static constexpr float kCliffWidth = 9.0f;
 
-static float smoothstep(float t) {
+float smoothstep(float t) {
     t = std::clamp(t, 0.0f, 1.0f);
     return t * t * (3.0f - 2.0f * t);
 }

@@ -13,6 +13,9 @@ namespace assets {
 // Where the den's ramp reaches the meadow (world x, y, z).
 inline const aiVector3D kRampTop(-6.0f, 0.0f, 44.0f);
 
+// 0 below 0, 1 above 1, and a smooth S between: how trench sides and rims blend.
+float smoothstep(float t);
+
 // Ground height at world (x, z).
 float groundHeight(float x, float z);
 // Height of the ground before the canyon, den and ramp are cut into it.
