@@ -4,6 +4,7 @@
 
 #include "AIObject3D.h"
 
+class AIWolf;
 class Scene;
 
 class AISheep : public AIObject3D {
@@ -22,7 +23,7 @@ public:
     bool living = true;
     bool heldByWolf = false;
     // The wolf holding it (not owned).
-    AIObject3D* holder = nullptr;
+    AIWolf* holder = nullptr;
 
 private:
     Scene* scene_;

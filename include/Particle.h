@@ -5,12 +5,6 @@
 
 #include "Object3D.h"
 
-class Node;
-
-// Takes a node out of the ring it is in: its neighbours link to each other and the node to
-// itself, so that it counts as unattached again. A node that is not in a ring is left alone.
-void unlinkFromRing(Node* node);
-
 class Particle : public Object3D {
 public:
     // A live particle at `position`, with its own body pushed off with `initialVelocity`.

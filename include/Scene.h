@@ -7,6 +7,7 @@
 #include <vector>
 
 class AISheep;
+class AIWolf;
 class FBXModel;
 class HUD;
 class List;
@@ -58,6 +59,11 @@ public:
     std::vector<Object3D*>& getRockets() { return rockets_; }
     // Rockets fired so far in this run.
     int getRocketCount() const { return rocketCount_; }
+    // The herd command: every active sheep heads for a point near target; the flag goes to the
+    // herder. With path search on, sheep held by a wolf are left out and the rest walk the graph.
+    void herdTo(const Vector3D& target);
+    // Every wolf spawned so far, dead ones included, in spawn order (the scene list owns them).
+    const std::vector<AIWolf*>& getWolves() const { return wolves_; }
 
 private:
     // Appends to the scene list; the first node appended becomes its head.
@@ -74,8 +80,10 @@ private:
     void applyRenderMode();
     // Moves every active object that has a character controller.
     void moveControllers(float dt);
-    // Once a second: the FPS figure and the game clock.
+    // Once a second: the FPS figure and the game clock, and every 30 s a wolf.
     void countSecond();
+    // A new wolf 11 to 20 units off the herder towards negative x and z, 10 units up.
+    void spawnWolf();
 
     List* sceneList_ = nullptr;
     Object3D* player_ = nullptr;
@@ -103,4 +111,5 @@ private:
     // Numbers the rockets' names; never reset.
     int rocketCount_ = 0;
     std::vector<Object3D*> rockets_;
+    std::vector<AIWolf*> wolves_;
 };

@@ -174,6 +174,12 @@ void Engine::processInput() {
         turnAndLook(herder, dt);
         walk(herder);
     }
+    if (input->herdRequested) {
+        input->herdRequested = false;
+        if (herder != nullptr) {
+            scene->herdTo(herder->getPosition());
+        }
+    }
     if (input->fireRequested) {
         input->fireRequested = false;
         if (herder != nullptr) {

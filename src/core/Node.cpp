@@ -8,3 +8,13 @@ Node::~Node() {
     prev = nullptr;
     next = nullptr;
 }
+
+void Node::unlink() {
+    if (next == this || next == nullptr || prev == nullptr) {
+        return;
+    }
+    prev->next = next;
+    next->prev = prev;
+    prev = this;
+    next = this;
+}

@@ -1,6 +1,8 @@
 // Sheep: steering from the animals' base, the release from a dead holder, and death by rocket.
 #include "AISheep.h"
 
+#include "AIWolf.h"
+
 #include "CharacterController.h"
 #include "Engine.h"
 #include "List.h"
@@ -57,12 +59,7 @@ void AISheep::remove() {
         physics->releaseController(controller);
     }
     controller = nullptr;
-    // Out of the ring: the neighbours close ranks and the sheep becomes a ring of one.
-    if (next != this && next != nullptr) {
-        prev->next = next;
-        next->prev = prev;
-        prev = next = this;
-    }
+    unlink();
     living = false;
     if (scene_ != nullptr) {
         scene_->sheepDied();

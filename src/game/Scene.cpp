@@ -2,6 +2,7 @@
 #include "Scene.h"
 
 #include "AISheep.h"
+#include "AIWolf.h"
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
@@ -35,6 +36,20 @@ static constexpr int kSheepCount = 6;
 static constexpr float kSheepHeight = 0.5f;
 static constexpr float kSheepRadius = 1.0f;
 static constexpr int kSheepGroup = 3;
+// Wolves: one every this many game seconds, their capsules and actor group, and where they
+// appear relative to the herder (offsets rand() % kSpawnSpread - kSpawnBack on x and z).
+static constexpr int kWolfInterval = 30;
+static constexpr float kWolfHeight = 1.0f;
+static constexpr float kWolfRadius = 2.0f;
+static constexpr int kWolfGroup = 2;
+static constexpr int kSpawnSpread = 10;
+static constexpr float kSpawnBack = 20.0f;
+static constexpr float kSpawnAbove = 10.0f;
+// The herd command spreads the flock over goals rand() % kJitterSpread - kJitterBack off the
+// target; the flag stands this far below the herder's reference point.
+static constexpr int kJitterSpread = 3;
+static constexpr float kJitterBack = 1.5f;
+static constexpr float kFlagBelow = 1.0f;
 // Rockets: the push-off force per unit of the launch direction, and the rocket model's drawing
 // scale while rockets fly.
 static constexpr float kRocketPush = 30.0f;
@@ -210,6 +225,51 @@ void Scene::countSecond() {
     fpsClock_ = 0.0f;
     gameSeconds_ += 1.0f;
     hud_->tick();
+    if (static_cast<int>(gameSeconds_) % kWolfInterval == 0) {
+        spawnWolf();
+    }
+}
+
+// The z offset is drawn before the x offset.
+void Scene::spawnWolf() {
+    AIWolf* wolf = new AIWolf(this);
+    wolf->setModel(wolfModel_);
+    wolf->name = "wolf" + std::to_string(wolfCount_);
+    const float dz = static_cast<float>(std::rand() % kSpawnSpread) - kSpawnBack;
+    const float dx = static_cast<float>(std::rand() % kSpawnSpread) - kSpawnBack;
+    wolf->setPosition(player_->getPosition() + Vector3D(dx, kSpawnAbove, dz));
+    wolf->rotationAngle = 90.0f;
+    append(wolf);
+    wolf->createController(kWolfHeight, kWolfRadius);
+    if (wolf->controller != nullptr) {
+        wolf->controller->getActor()->group = kWolfGroup;
+        wolf->controller->getActor()->userData = wolf;
+    }
+    wolves_.push_back(wolf);
+    wolfCount_ += 1;
+}
+
+// Each sheep draws its z jitter before its x jitter, so the flock spreads over a small square
+// off-centre towards negative x and z.
+void Scene::herdTo(const Vector3D& target) {
+    const bool pathSearch = Engine::getInstance()->pathSearch;
+    Node* node = sceneList_->head();
+    do {
+        auto* sheep = dynamic_cast<AISheep*>(node);
+        if (sheep != nullptr && sheep->active && sheep->type == Object3D::kSheep) {
+            const float dz = static_cast<float>(std::rand() % kJitterSpread) - kJitterBack;
+            const float dx = static_cast<float>(std::rand() % kJitterSpread) - kJitterBack;
+            const Vector3D goal = target + Vector3D(dx, 0.0f, dz);
+            if (!pathSearch) {
+                sheep->setGoal(goal);
+            } else if (!sheep->heldByWolf) {
+                sheep->goViaPath(goal);
+            }
+        }
+        node = node->next;
+    } while (node != sceneList_->head() && node != nullptr);
+    flag_->setPosition(player_->getPosition() + Vector3D(0.0f, -kFlagBelow, 0.0f));
+    flag_->visible = true;
 }
 
 void Scene::moveControllers(float dt) {

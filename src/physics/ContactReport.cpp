@@ -2,7 +2,7 @@
 #include "ContactReport.h"
 
 #include "AISheep.h"
-
+#include "AIWolf.h"
 #include "Object3D.h"
 #include "Rocket.h"
 
@@ -79,10 +79,13 @@ static void explodeRocket(Object3D* rocket) {
     }
 }
 
+// The wound comes first, then the burst; the wolf itself dies in its next update.
 void ContactReport::wolfHit(Object3D* wolf, Object3D* rocket) {
-    (void)wolf;
-    // TODO(wolf): the wolf takes the rocket's damage here, before the rocket bursts:
-    // static_cast<AIWolf*>(wolf)->hit(static_cast<Rocket*>(rocket)->damage);
+    auto* victim = dynamic_cast<AIWolf*>(wolf);
+    auto* shot = dynamic_cast<Rocket*>(rocket);
+    if (victim != nullptr && shot != nullptr) {
+        victim->hit(shot->damage);
+    }
     explodeRocket(rocket);
 }
 

@@ -1,6 +1,8 @@
 // Controller hits: only a wolf moving into a sheep means something.
 #include "ControllerHitReport.h"
 
+#include "AISheep.h"
+#include "AIWolf.h"
 #include "Engine.h"
 #include "Object3D.h"
 
@@ -13,5 +15,10 @@ void ControllerHitReport::onShapeHit(Object3D* mover, Object3D* target) {
     }
 }
 
-void ControllerHitReport::wolfCaughtSheep(Object3D*, Object3D*, bool) {
+void ControllerHitReport::wolfCaughtSheep(Object3D* wolf, Object3D* sheep, bool pathSearch) {
+    auto* hunter = dynamic_cast<AIWolf*>(wolf);
+    auto* prey = dynamic_cast<AISheep*>(sheep);
+    if (hunter != nullptr && prey != nullptr) {
+        hunter->seize(prey, pathSearch);
+    }
 }

@@ -20,16 +20,6 @@ static constexpr int kStacks = 8;
 // The material ambient that everything else is drawn with, restored after the sphere.
 static const GLfloat kDefaultAmbient[4] = {0.2f, 0.2f, 0.2f, 1.0f};
 
-void unlinkFromRing(Node* node) {
-    if (node->next == node || node->next == nullptr || node->prev == nullptr) {
-        return;
-    }
-    node->prev->next = node->next;
-    node->next->prev = node->prev;
-    node->prev = node;
-    node->next = node;
-}
-
 Particle::Particle(const Vector3D& position, float lifetime, const Vector3D& initialVelocity,
                    float size, const Vector3D& colour)
     : size(size), sphereColour(colour), lifetime(lifetime), initialVelocity(initialVelocity) {
@@ -84,5 +74,5 @@ void Particle::release() {
         physics->releaseActor(actor);
     }
     actor = nullptr;
-    unlinkFromRing(this);
+    unlink();
 }

@@ -121,5 +121,5 @@ void ParticleSystem::end() {
         }
     }
     particles.clear();
-    unlinkFromRing(this);
+    unlink();
 }

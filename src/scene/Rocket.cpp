@@ -55,7 +55,7 @@ void Rocket::update(float dt) {
         return;
     }
     stop();
-    unlinkFromRing(this);
+    unlink();
     Scene* scene = Engine::getInstance()->scene;
     if (scene == nullptr) {
         return;
@@ -91,5 +91,5 @@ void Rocket::explode() {
         physics->releaseActor(actor);
     }
     actor = nullptr;
-    unlinkFromRing(this);
+    unlink();
 }
