@@ -6,6 +6,7 @@
 #include "Vector3D.h"
 
 class btCollisionObject;
+class btCollisionWorld;
 class btCollisionShape;
 class Object3D;
 
@@ -29,6 +30,8 @@ public:
     Vector3D getLinearVelocity() const;
 
     btCollisionObject* body() const { return body_; }
+    // The world that now holds the body (not owned; null before it is added or after removal).
+    void setWorld(btCollisionWorld* world) { world_ = world; }
 
     // Actor group (2 wolves, 3 sheep, 4 rockets, 6 terrain and plant, 10 canyon).
     int group = 0;
@@ -46,7 +49,9 @@ public:
     btCollisionShape* ownedShape = nullptr;
 
 private:
+    // Carries a move over to the interpolation, the motion state and the broadphase bounds.
     void syncBody();
 
     btCollisionObject* body_;
+    btCollisionWorld* world_ = nullptr;
 };

@@ -17,6 +17,7 @@ class btCollisionDispatcher;
 class btCollisionShape;
 class btConstraintSolver;
 class btDiscreteDynamicsWorld;
+class btDynamicsWorld;
 class btOverlapFilterCallback;
 struct CookedMesh;
 class CharacterController;
@@ -83,6 +84,9 @@ public:
     float stepInterval = kStepInterval;
 
 private:
+    // Bullet's hook after each fixed step; the world's user info is the PhysicsWorld.
+    static void afterFixedStep(btDynamicsWorld* world, float timeStep);
+    void scanContacts();
     void deliverContacts();
     void addBody(PhysicsActor* actor);
 
@@ -100,6 +104,8 @@ private:
     // Pairs touching now, with the step in which they were last seen touching.
     std::map<std::pair<const void*, const void*>, long> touching_;
     long stepCount_ = 0;
+    // Pairs that started touching in the fixed steps of the current step, by owner.
+    std::vector<std::pair<Object3D*, Object3D*>> started_;
     std::vector<std::unique_ptr<btCollisionShape>> shapes_;
     std::vector<std::unique_ptr<CookedMesh>> meshes_;
     std::vector<std::unique_ptr<CharacterController>> controllers_;

@@ -284,6 +284,21 @@ TEST_F(CharacterControllerTest, StartsOverlappingAndGetsOut) {
     expectResting(placed, 0);
 }
 
+// Characters meet side by side only: one that falls onto another comes down through it to the
+// ground instead of riding on its rounded top (which would slide it off, both drifting away).
+TEST_F(CharacterControllerTest, CharactersNeverStandOnEachOther) {
+    addGround(0, 10);
+    CharacterController* below = standing(0, 0);
+    CharacterController* above = walker(Vector3D(0.3f, kStandHeight + 3.0f, 0));
+    for (int i = 0; i < 3; ++i) {
+        moveOnce(above, PhysicsWorld::gravity());
+    }
+    expectResting(above, 0);
+    EXPECT_NEAR(above->getPosition().x, 0.3f, 0.01f) << "not pushed aside by the fall";
+    EXPECT_FLOAT_EQ(below->getPosition().x, 0.0f);
+    EXPECT_FLOAT_EQ(below->getPosition().y, kStandHeight + kSkin);
+}
+
 TEST_F(CharacterControllerTest, TouchesAreReportedOncePerMoveAndOnlyByTheMover) {
     // One mesh of floor and wall: a move that walks into the wall touches it twice.
     Object3D* level = addMesh({{Vector3D(-20, 0, -20), Vector3D(-20, 0, 20), Vector3D(20, 0, 20)},

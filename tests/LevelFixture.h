@@ -3,10 +3,15 @@
 #pragma once
 
 #include "Engine.h"
+#include "InputManager.h"
 #include "LevelMeshes.h"
+#include "Object3D.h"
 #include "PhysicsWorld.h"
 #include "Scene.h"
 #include "TestSupport.h"
+#include "Timer.h"
+
+#include <cmath>
 
 class LevelFixture : public TempDirTest {
 protected:
@@ -28,6 +33,25 @@ protected:
     void cycle(double seconds) {
         ManualClock::advance(seconds);
         scene_->update();
+    }
+
+    // One game cycle at 30 frames per second: the input step, then the world update.
+    void play() {
+        engine_->processInput();
+        cycle(1.0 / 30.0);
+    }
+    // Queues one mouse motion that turns the herder to face (x, z) in the next input step, the
+    // way a player would; the mouse's yaw factor must be 1.
+    void face(float x, float z) {
+        const Object3D* herder = scene_->getPlayer();
+        const Vector3D p = herder->getPosition();
+        const float want = std::atan2(-(x - p.x), -(z - p.z)) * 180.0f / 3.1415927f;
+        const float turn = std::remainder(want - herder->getRotationY(), 360.0f);
+        InputManager* input = InputManager::getInstance();
+        const float dt = scene_->getTimer()->getFrameTime();
+        input->mouseDx = dt > 0.0f ? static_cast<int>(std::lround(-turn / dt)) : 0;
+        input->mouseDy = 0;
+        input->mouseMoved = input->mouseDx != 0;
     }
 
     Engine* engine_ = nullptr;

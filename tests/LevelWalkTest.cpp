@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr double kCycle = 1.0 / 30.0;
 constexpr float kArrival = 2.0f;
 // Cycles without getting 0.5 units closer before the walk counts as stuck.
 constexpr int kStuckCycles = 120;
@@ -29,27 +28,10 @@ protected:
         engine_->mouseSensPitch = 1;
         herder_ = scene_->getPlayer();
         for (int i = 0; i < 60; ++i) {
-            step();
+            play();
         }
     }
-    // One cycle of the game: the input step, then the world update.
-    void step() {
-        engine_->processInput();
-        cycle(kCycle);
-    }
     Vector3D at() const { return herder_->controller->getPosition(); }
-
-    // Turns the herder towards the target with one mouse motion, the way a player would.
-    void face(const aiVector3D& target) {
-        const Vector3D p = at();
-        const float want = std::atan2(-(target.x - p.x), -(target.z - p.z)) * 180.0f / 3.1415927f;
-        float turn = std::remainder(want - herder_->getRotationY(), 360.0f);
-        InputManager* input = InputManager::getInstance();
-        const float dt = scene_->getTimer()->getFrameTime();
-        input->mouseDx = static_cast<int>(std::lround(-turn / dt));
-        input->mouseDy = 0;
-        input->mouseMoved = input->mouseDx != 0;
-    }
 
     // Walks to the target; false (with the reason recorded) if the herder falls or gets stuck.
     bool walkTo(const aiVector3D& target, const char* name) {
@@ -74,10 +56,10 @@ protected:
                               << name << " (" << distance << " away)";
                 return false;
             }
-            face(target);
+            face(target.x, target.z);
             // Close to the target, shorter steps: one cycle's walk is 2.4 units.
             input->forwardHeld = distance > 1.0f;
-            step();
+            play();
         }
         ADD_FAILURE() << "never reached " << name;
         return false;

@@ -147,6 +147,18 @@ TEST_F(SceneTest, HerderFallsOntoTheMeadowAndWalksWhereItFaces) {
     EXPECT_FALSE(herder->staticPose);
 }
 
+// The scenery's actors are moved after they join the world; the very first fall of the animals,
+// before any world step, must find the ground where the pieces were moved to.
+TEST_F(SceneTest, SheepDroppedAtTheStartLandOnTheMeadow) {
+    for (int i = 0; i < 60; ++i) {
+        play();
+    }
+    for (AISheep* sheep : scene_->getSheep()) {
+        EXPECT_NEAR(sheep->controller->getPosition().y, 1.25f, 1.0f)
+            << sheep->name << ": capsule centre 1.25 above the meadow at y = 0";
+    }
+}
+
 TEST_F(SceneTest, MouseLookUsesIntegerArithmetic) {
     Renderer renderer(scene_);
     engine_->renderer = &renderer;

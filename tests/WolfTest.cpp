@@ -177,6 +177,12 @@ TEST_F(WolfTest, CatchWithPathSearchMarksTheSheepAndWalksTheGraphToTheDen) {
     EXPECT_FLOAT_EQ(last.x, AIWolf::den.x);
     EXPECT_FLOAT_EQ(denWaypoint.x, scene_->getWaypoints()->getWaypoints()[0]->position.x)
         << "the walk ends at W0, then the den point itself";
+
+    // Touching the sheep it carries again does not send the wolf along a fresh path.
+    wolf->path.pop_front();
+    const int left = wolf->pathLength();
+    report.onShapeHit(wolf, sheep);
+    EXPECT_EQ(wolf->pathLength(), left);
 }
 
 TEST_F(WolfTest, PathHuntTurnsIntoADirectChaseBelowFourPoints) {

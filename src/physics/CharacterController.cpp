@@ -22,11 +22,6 @@ void CharacterController::setPosition(const Vector3D& centre) {
     position_ = centre;
     if (capsule_ != nullptr) {
         capsule_->setGlobalPosition(centre);
-        // Sweeps find bodies through the broadphase, which otherwise keeps the old box until
-        // the next world step.
-        if (world_ != nullptr) {
-            world_->dynamicsWorld()->updateSingleAabb(capsule_->body());
-        }
     }
 }
 

@@ -49,6 +49,12 @@ const PhysicsActor* actorOf(const btCollisionObject* object) {
     return static_cast<const PhysicsActor*>(object->getUserPointer());
 }
 
+// Another character's capsule.
+bool isCharacter(const btCollisionObject* object) {
+    const PhysicsActor* actor = actorOf(object);
+    return actor != nullptr && (actor->controllerClass & PhysicsWorld::kControllerBit) != 0;
+}
+
 bool walkable(const btVector3& normal) {
     return normal.dot(kUp) >= CharacterController::kSlopeLimit;
 }
@@ -71,6 +77,14 @@ struct ControllerFilter {
         return self == nullptr || world.groupsCollide(self->shapeGroup, actor->shapeGroup);
     }
 };
+
+// Characters meet only side by side, as upright cylinders: the vertical passes pass through
+// other capsules, and a capsule walked into deflects horizontally. Standing on another's rounded
+// top would slide the rider off it every cycle, carrying both away from where they were going.
+ControllerFilter withoutCharacters(const ControllerFilter& filter) {
+    return ControllerFilter{filter.world, filter.self,
+                            filter.activeGroups & ~PhysicsWorld::kControllerBit};
+}
 
 // The closest hit of one sweep that may block the controller; hits whose normal does not face
 // the motion are passed through as well.
@@ -127,12 +141,13 @@ struct SweepHit {
 class Mover {
 public:
     Mover(const ControllerFilter& filter, const btConvexShape& shape, const btVector3& start)
-        : filter_(filter), shape_(shape), position_(start) {}
+        : filter_(filter), groundFilter_(withoutCharacters(filter)), shape_(shape),
+          position_(start) {}
 
     // Pass 1: straight up; returns how far it got before a ceiling.
     float lift(float distance) {
         const btVector3 from = position_;
-        const SweepHit hit = sweep(kUp * distance);
+        const SweepHit hit = sweep(kUp * distance, groundFilter_);
         advance(kUp * distance, hit);
         if (hit.blocked) {
             touch(hit, kHitAbove);
@@ -146,14 +161,14 @@ public:
     void slideSideways(const btVector3& motion) {
         btVector3 remaining = motion;
         for (int i = 0; i < kSlideIterations && remaining.length() > kMinMotion; ++i) {
-            const SweepHit hit = sweep(remaining);
+            const SweepHit hit = sweep(remaining, filter_);
             const btVector3 left = advance(remaining, hit);
             if (!hit.blocked) {
                 return;
             }
             touch(hit, kHitSides);
             btVector3 normal = hit.normal;
-            if (!walkable(normal)) {
+            if (!walkable(normal) || isCharacter(hit.object)) {
                 normal.setY(0);
                 if (normal.length2() < kMinMotion * kMinMotion) {
                     return;
@@ -175,7 +190,7 @@ public:
     void settle(float distance) {
         btVector3 remaining = -kUp * distance;
         for (int i = 0; i < kSlideIterations && remaining.length() > kMinMotion; ++i) {
-            const SweepHit hit = sweep(remaining);
+            const SweepHit hit = sweep(remaining, groundFilter_);
             const btVector3 left = advance(remaining, hit);
             if (!hit.blocked) {
                 return;
@@ -198,16 +213,16 @@ public:
     const std::vector<const btCollisionObject*>& touched() const { return touched_; }
 
 private:
-    SweepHit sweep(const btVector3& motion) const {
+    SweepHit sweep(const btVector3& motion, const ControllerFilter& filter) const {
         SweepHit hit;
         if (motion.length() <= kMinMotion) {
             return hit;
         }
         const btVector3 to = position_ + motion;
-        ControllerSweep callback(position_, to, filter_);
+        ControllerSweep callback(position_, to, filter);
         const btQuaternion upright = btQuaternion::getIdentity();
-        filter_.world.dynamicsWorld()->convexSweepTest(&shape_, btTransform(upright, position_),
-                                                       btTransform(upright, to), callback);
+        filter.world.dynamicsWorld()->convexSweepTest(&shape_, btTransform(upright, position_),
+                                                      btTransform(upright, to), callback);
         if (callback.hasHit()) {
             hit.blocked = true;
             hit.fraction = callback.m_closestHitFraction;
@@ -254,6 +269,7 @@ private:
     }
 
     const ControllerFilter& filter_;
+    const ControllerFilter groundFilter_;
     const btConvexShape& shape_;
     btVector3 position_;
     unsigned flags_ = 0;

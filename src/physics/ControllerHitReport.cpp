@@ -15,10 +15,15 @@ void ControllerHitReport::onShapeHit(Object3D* mover, Object3D* target) {
     }
 }
 
+// A wolf touches the sheep it carries again and again. Those touches change nothing: catching
+// it anew would search a fresh path from the nearest waypoint, which may lie behind the wolf, and
+// turning round runs the wolf into its own sheep, head on.
 void ControllerHitReport::wolfCaughtSheep(Object3D* wolf, Object3D* sheep, bool pathSearch) {
     auto* hunter = dynamic_cast<AIWolf*>(wolf);
     auto* prey = dynamic_cast<AISheep*>(sheep);
-    if (hunter != nullptr && prey != nullptr) {
+    const bool carried =
+        prey != nullptr && prey->state == AIObject3D::kFollowObject && prey->targetObject == wolf;
+    if (hunter != nullptr && prey != nullptr && !carried) {
         hunter->seize(prey, pathSearch);
     }
 }

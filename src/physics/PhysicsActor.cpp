@@ -39,15 +39,18 @@ void PhysicsActor::setGlobalOrientationY(float degrees) {
     setGlobalPosition(at);
 }
 
-// A dynamic body keeps an interpolation transform and a motion state: both follow a move.
+// A dynamic body keeps an interpolation transform and a motion state: both follow a move. The
+// broadphase bounds must follow at once: sweeps and rays find bodies through them, and a static
+// mesh placed after it was added would otherwise be found only where its unmoved box lay.
 void PhysicsActor::syncBody() {
-    btRigidBody* body = btRigidBody::upcast(body_);
-    if (body == nullptr) {
-        return;
+    if (btRigidBody* body = btRigidBody::upcast(body_)) {
+        body->setInterpolationWorldTransform(body->getWorldTransform());
+        if (body->getMotionState() != nullptr) {
+            body->getMotionState()->setWorldTransform(body->getWorldTransform());
+        }
     }
-    body->setInterpolationWorldTransform(body->getWorldTransform());
-    if (body->getMotionState() != nullptr) {
-        body->getMotionState()->setWorldTransform(body->getWorldTransform());
+    if (world_ != nullptr && body_->getBroadphaseHandle() != nullptr) {
+        world_->updateSingleAabb(body_);
     }
 }
 

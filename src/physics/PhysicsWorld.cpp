@@ -48,6 +48,22 @@ private:
     const PhysicsWorld* world_;
 };
 
+// The dynamics world that can tell a predictive contact from a touching one. A fast body's
+// swept test adds a predictive contact when the body would meet another within the step; the
+// solver then stops it short of the other, so its touch never shows as a touching contact.
+class ReportingWorld : public btDiscreteDynamicsWorld {
+public:
+    using btDiscreteDynamicsWorld::btDiscreteDynamicsWorld;
+    bool predictive(const btPersistentManifold* manifold) const {
+        for (int i = 0; i < m_predictiveManifolds.size(); ++i) {
+            if (m_predictiveManifolds[i] == manifold) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
 bool validGroup(int g) {
     return g >= 0 && g < PhysicsWorld::kGroupCount;
 }
@@ -60,8 +76,8 @@ PhysicsWorld::PhysicsWorld()
       broadphase_(std::make_unique<btDbvtBroadphase>()),
       filter_(std::make_unique<GroupFilter>(this)),
       solver_(std::make_unique<btSequentialImpulseConstraintSolver>()),
-      world_(std::make_unique<btDiscreteDynamicsWorld>(dispatcher_.get(), broadphase_.get(),
-                                                       solver_.get(), configuration_.get())),
+      world_(std::make_unique<ReportingWorld>(dispatcher_.get(), broadphase_.get(), solver_.get(),
+                                              configuration_.get())),
       ownReport_(std::make_unique<ContactReport>()), report_(ownReport_.get()) {
     for (auto& row : collides_) {
         std::fill(std::begin(row), std::end(row), true);
@@ -69,6 +85,7 @@ PhysicsWorld::PhysicsWorld()
     const Vector3D g = gravity();
     world_->setGravity(btVector3(g.x, g.y, g.z));
     world_->getPairCache()->setOverlapFilterCallback(filter_.get());
+    world_->setInternalTickCallback(&PhysicsWorld::afterFixedStep, this);
     sceneReady = true;
     debugRenderer_ = std::make_unique<PhysicsDebugDrawer>(world_.get());
     // Rockets report touching wolves, the level (terrain, plant; canyon) and sheep.
@@ -132,17 +149,19 @@ void PhysicsWorld::step(float dt) {
     deliverContacts();
 }
 
-// One report per pair of flagged actor groups, in the step in which the pair starts touching.
-// Reports are collected first and delivered after the scan: a report may release bodies.
-void PhysicsWorld::deliverContacts() {
+void PhysicsWorld::afterFixedStep(btDynamicsWorld* world, float) {
+    static_cast<PhysicsWorld*>(world->getWorldUserInfo())->scanContacts();
+}
+
+// After every fixed step: the pairs of flagged actor groups that started touching in it. A
+// predictive contact counts as a touch: the body was stopped against the other.
+void PhysicsWorld::scanContacts() {
     ++stepCount_;
-    // Owners, not bodies: a report may release a body that a later report of the same step
-    // names again (a rocket touching two pieces of the level at once).
-    std::vector<std::pair<Object3D*, Object3D*>> started;
+    const auto* reporting = static_cast<const ReportingWorld*>(world_.get());
     const int manifolds = dispatcher_->getNumManifolds();
     for (int i = 0; i < manifolds; ++i) {
         const btPersistentManifold* m = dispatcher_->getManifoldByIndexInternal(i);
-        bool touching = false;
+        bool touching = m->getNumContacts() > 0 && reporting->predictive(m);
         for (int c = 0; c < m->getNumContacts() && !touching; ++c) {
             touching = m->getContactPoint(c).getDistance() <= kTouchDistance;
         }
@@ -152,15 +171,22 @@ void PhysicsWorld::deliverContacts() {
             continue;
         }
         const std::pair<const void*, const void*> key = std::minmax<const void*>(a, b);
-        const auto found = touching_.find(key);
-        if (found == touching_.end()) {
-            started.emplace_back(a->userData, b->userData);
+        if (touching_.find(key) == touching_.end()) {
+            started_.emplace_back(a->userData, b->userData);
         }
         touching_[key] = stepCount_;
     }
     for (auto it = touching_.begin(); it != touching_.end();) {
         it = (stepCount_ - it->second > kForgetAfterSteps) ? touching_.erase(it) : std::next(it);
     }
+}
+
+// Reports are delivered after the whole step, by owner rather than body: a report may release
+// bodies, and a later report of the same step may name the same owner again (a rocket touching
+// two pieces of the level at once).
+void PhysicsWorld::deliverContacts() {
+    std::vector<std::pair<Object3D*, Object3D*>> started;
+    started.swap(started_);
     for (const auto& [a, b] : started) {
         report_->onContactNotify(a, b);
     }
@@ -179,6 +205,7 @@ void PhysicsWorld::addBody(PhysicsActor* actor) {
         world_->addCollisionObject(body, btBroadphaseProxy::DefaultFilter,
                                    btBroadphaseProxy::AllFilter);
     }
+    actor->setWorld(world_.get());
 }
 
 PhysicsActor* PhysicsWorld::createCapsuleActor(Object3D* owner, float height, float radius) {

@@ -1,0 +1,203 @@
+// Whole games on the real level, played through the input manager at 30 cycles a second of the
+// manual clock: herding three sheep home wins, shooting every sheep loses, wolves left alone for
+// five minutes carry sheep to the den in both path-search modes, and two rockets kill a wolf.
+#include "AISheep.h"
+#include "AIWolf.h"
+#include "Camera.h"
+#include "CharacterController.h"
+#include "HUD.h"
+#include "LevelFixture.h"
+#include "List.h"
+#include "Renderer.h"
+#include "TextBitmap.h"
+
+#include <GL/freeglut.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+
+namespace {
+
+constexpr const char* kWon = "you won the game. hooray. press ESC to exit.";
+constexpr const char* kLost = "you lost. hah. press ESC to exit.";
+constexpr int kCyclesPerSecond = 30;
+constexpr unsigned kSeed = 3;
+// A rocket leaves 4 units above the ground; looking down this far it lands 3 to 8 units out,
+// low enough to strike an animal's capsule on the way.
+constexpr float kLookDown = 3.0f;
+constexpr float kShootingRange = 7.0f;
+
+float flatDistance(const Vector3D& a, const Vector3D& b) {
+    return std::hypot(a.x - b.x, a.z - b.z);
+}
+
+class WholeGameTest : public LevelFixture {
+protected:
+    void SetUp() override {
+        LevelFixture::SetUp();
+        renderer_ = std::make_unique<Renderer>(scene_);
+        engine_->renderer = renderer_.get();
+        engine_->mouseSensPitch = 1;
+        engine_->mouseSensYaw = 1;
+        scene_->prepare();
+        // The level seeds the generator with the time; a fixed seed makes every run the same.
+        std::srand(kSeed);
+        playFor(1.0); // the herder lands
+    }
+    void TearDown() override {
+        engine_->renderer = nullptr;
+        LevelFixture::TearDown();
+    }
+
+    void playFor(double seconds) {
+        for (long i = std::lround(seconds * kCyclesPerSecond); i > 0; --i) {
+            play();
+        }
+    }
+    // Plays until the condition holds or the time is up; whether it holds.
+    bool playUntil(const std::function<bool()>& done, double seconds) {
+        for (long i = std::lround(seconds * kCyclesPerSecond); i > 0; --i) {
+            if (done()) {
+                return true;
+            }
+            play();
+        }
+        return done();
+    }
+    std::string message() const { return HUD::getInstance()->message()->getText(); }
+    Vector3D herderAt() const { return scene_->getPlayer()->getPosition(); }
+    void click(int button) {
+        InputManager::getInstance()->mouseButton(button, GLUT_DOWN, 512, 384);
+        play();
+        InputManager::getInstance()->mouseButton(button, GLUT_UP, 512, 384);
+    }
+
+    // Turns towards the point and walks until it is within `range`; false if it never gets there.
+    bool approach(const Object3D* target, float range) {
+        InputManager* input = InputManager::getInstance();
+        for (int i = 0; i < 20 * kCyclesPerSecond; ++i) {
+            const Vector3D p = target->getPosition();
+            if (flatDistance(p, herderAt()) < range) {
+                input->forwardHeld = false;
+                face(p.x, p.z);
+                play();
+                return true;
+            }
+            face(p.x, p.z);
+            input->forwardHeld = true;
+            play();
+        }
+        input->forwardHeld = false;
+        return false;
+    }
+    bool walkTo(const Vector3D& point) {
+        Object3D marker;
+        marker.setPosition(point);
+        return approach(&marker, 2.5f);
+    }
+    // Walks into range of the animal, looks down, fires once and lets the rocket fly.
+    void shootAt(const Object3D* animal) {
+        approach(animal, kShootingRange);
+        renderer_->getCamera()->height = kLookDown;
+        click(GLUT_LEFT_BUTTON);
+        playFor(0.5);
+    }
+
+    std::unique_ptr<Renderer> renderer_;
+};
+
+// The flock goes where the herd command was given, not after the herder; the herder leaves at
+// once, before the sheep close in around it.
+TEST_F(WholeGameTest, HerdingThreeSheepToTheGoalWins) {
+    const Vector3D start = herderAt();
+    ASSERT_TRUE(walkTo(Vector3D(-25, 0, -35)));
+    click(GLUT_RIGHT_BUTTON);
+    const Vector3D flag = scene_->getFlag()->getPosition();
+    EXPECT_TRUE(scene_->getFlag()->visible);
+    ASSERT_TRUE(walkTo(start));
+    playFor(8.0);
+    EXPECT_NE(message(), kWon) << "the flock gathers far from the goal";
+    int near = 0;
+    for (const AISheep* sheep : scene_->getSheep()) {
+        near += flatDistance(sheep->getPosition(), flag) < 6.0f ? 1 : 0;
+    }
+    EXPECT_GE(near, 4) << "the flock came to where it was called";
+
+    click(GLUT_RIGHT_BUTTON);
+    EXPECT_TRUE(playUntil([&] { return message() == kWon; }, 20.0));
+    EXPECT_GE(scene_->sheepWithin(Vector3D(0, 0, 0), 15.0f), 3);
+    EXPECT_EQ(scene_->getSheepCount(), 6);
+}
+
+TEST_F(WholeGameTest, ShootingEverySheepLoses) {
+    for (int attempt = 0; attempt < 40 && scene_->getSheepCount() > 0; ++attempt) {
+        for (AISheep* sheep : scene_->getSheep()) {
+            if (sheep->alive()) {
+                shootAt(sheep);
+                break;
+            }
+        }
+    }
+    EXPECT_EQ(scene_->getSheepCount(), 0);
+    playFor(0.1);
+    EXPECT_EQ(message(), kLost);
+    for (const AISheep* sheep : scene_->getSheep()) {
+        EXPECT_FALSE(sheep->alive());
+        EXPECT_EQ(sheep->controller, nullptr);
+    }
+}
+
+TEST_F(WholeGameTest, TwoRocketsKillAWolf) {
+    ASSERT_TRUE(playUntil([&] { return scene_->getWolfCount() == 1; }, 40.0));
+    AIWolf* wolf = scene_->getWolves().front();
+    for (int attempt = 0; attempt < 20 && wolf->alive(); ++attempt) {
+        shootAt(wolf);
+    }
+    EXPECT_FALSE(wolf->alive());
+    EXPECT_FLOAT_EQ(wolf->hitPoints, 0.0f);
+    const auto lines = readLines("log.txt");
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "wolf wolf0 hit."), 2);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "wolf wolf0 died."), 1);
+    for (int i = 0; i < scene_->getSceneList()->count(); ++i) {
+        EXPECT_NE(scene_->getSceneList()->getAt(i), wolf);
+    }
+}
+
+class WolvesAloneTest : public WholeGameTest, public ::testing::WithParamInterface<bool> {};
+
+// Ten wolves come in the first five minutes; each seizes a sheep (its prey, or one that another
+// wolf is already carrying) and ends at the den. Wolves are broad, so a crowd of them stands
+// around the den rather than on it.
+TEST_P(WolvesAloneTest, FiveMinutesOfWolvesCarrySheepToTheDen) {
+    constexpr float kDenCrowd = 12.0f;
+    InputManager::getInstance()->pathSearch = GetParam();
+    ASSERT_TRUE(playUntil([&] { return scene_->getGameSeconds() >= 300.0f; }, 320.0));
+    EXPECT_EQ(scene_->getWolfCount(), 10);
+    int carried = 0;
+    for (const AISheep* sheep : scene_->getSheep()) {
+        const Vector3D p = sheep->getPosition();
+        ASSERT_TRUE(sheep->alive());
+        EXPECT_GT(p.y, -20.0f) << sheep->name << " fell out of the level";
+        if (sheep->state == AIObject3D::kFollowObject) {
+            EXPECT_EQ(sheep->targetObject->type, Object3D::kWolf);
+            EXPECT_EQ(sheep->heldByWolf, GetParam()) << "held only with path search on";
+            EXPECT_LT(flatDistance(p, AIWolf::den), kDenCrowd) << sheep->name << " not at the den";
+            carried += 1;
+        }
+    }
+    EXPECT_GE(carried, 3);
+    const std::vector<AIWolf*>& wolves = scene_->getWolves();
+    for (size_t i = 0; i + 2 < wolves.size(); ++i) {
+        const Vector3D p = wolves[i]->getPosition();
+        EXPECT_LT(flatDistance(p, AIWolf::den), kDenCrowd)
+            << wolves[i]->name << " stuck at " << p.x << ", " << p.y << ", " << p.z;
+        EXPECT_FALSE(wolves[i]->huntingByPath);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(PathSearch, WolvesAloneTest, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "On" : "Off"; });
+
+} // namespace
