@@ -7,6 +7,7 @@
 #   keys_out_of_order  mouse keys swapped: the game runs and reads them as missing
 #   no_display         no X display: one line on stderr and a non-zero exit
 #   walk               walks and turns, then F3 (wireframe) and F9 (physics lines) change the view
+#   play               "m" logs the herder's position; herding, path search and firing run on
 set -u
 scenario=$1
 herder=$2
@@ -25,7 +26,7 @@ cd "$work" || exit 1
 
 case "$scenario" in
 settings) cp "$data/settings.ini" . ;;
-walk)
+walk | play)
     cp "$data/settings.ini" .
     ln -s "$data"/*.fbx "$data"/*.tga .
     ;;
@@ -41,7 +42,10 @@ no_display)
     [ "$status" -ne 0 ] || fail "exit status 0 without a display"
     [ "$(wc -l <stderr.txt)" -eq 1 ] || fail "expected one stderr line, got: $(cat stderr.txt)"
     grep -q "X display" stderr.txt || fail "stderr does not mention the display: $(cat stderr.txt)"
-    echo "PASS ($scenario): $(cat stderr.txt)"
+    if [ "$scenario" = play ]; then
+    grep -q '^vector/' log.txt || fail "no vector/ line after m"
+fi
+echo "PASS ($scenario): $(cat stderr.txt)"
     exit 0
     ;;
 *) fail "unknown scenario" ;;
@@ -87,6 +91,17 @@ if [ "$2" = walk ]; then
     xwd -root -silent >debug.xwd
     xdotool key F9
 fi
+if [ "$2" = play ]; then
+    xdotool key m
+    xdotool mousemove 512 384 click 3
+    sleep 1
+    xdotool key n
+    xdotool click 3
+    xdotool mousemove 512 700
+    sleep 0.3
+    xdotool click 1
+    sleep 1
+fi
 sleep 0.5
 xwd -root -silent >screen.xwd
 if ! kill -0 $pid 2>/dev/null; then
@@ -123,7 +138,7 @@ wait $xvfb 2>/dev/null
 [ "$(cat status.txt)" = "exit:0" ] || fail "game ended as $(cat status.txt), stderr: $(cat stderr.txt)"
 first=$(head -n 1 log.txt)
 case "$scenario" in
-settings | walk) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
+settings | walk | play) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
 no_settings) expected=NULL ;;
 keys_out_of_order) expected="640x480:24@60" ;;
 esac
@@ -156,5 +171,8 @@ if [ "$scenario" = walk ]; then
     [ "$g" -gt "$b" ] || fail "no green ground at the bottom left ($r $g $b)"
     read -r r g b <<<"$(mean 80x150+472+560)"
     [ "$b" -gt "$g" ] || fail "no herder (blue shirt) in the middle ($r $g $b)"
+fi
+if [ "$scenario" = play ]; then
+    grep -q '^vector/' log.txt || fail "no vector/ line after m"
 fi
 echo "PASS ($scenario): first line '$first', HUD pixels $counters, screenshot $work/screen.png"
