@@ -1,10 +1,13 @@
 // herder-bench: how long the level's ten models take to load, and to draw in each render mode,
-// against the ceiling of clearing and swapping alone in the same run. Run it from a data folder
-// under an X display at 1024x768 (scripts/bench.sh does both).
+// against the ceiling of clearing and swapping alone in the same run; then the real level and
+// game scenes on it (wolves, explosions), timing the world update apart from the whole cycle. Run
+// it from a data folder under an X display at 1024x768 (scripts/bench.sh does both).
 #include "Engine.h"
 #include "FBXModel.h"
 #include "InputManager.h"
+#include "List.h"
 #include "Object3D.h"
+#include "Particle.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "Scene.h"
@@ -133,7 +136,7 @@ template <class F> double meanMs(int runs, F work) {
 }
 
 // The real level as the game builds it: start-up time, then the parts of a game cycle.
-void benchLevel(Engine* engine, double ceiling) {
+Scene* benchLevel(Engine* engine, double ceiling) {
     const auto start = Clock::now();
     engine->physics = new PhysicsWorld();
     Scene* scene = new Scene();
@@ -164,6 +167,86 @@ void benchLevel(Engine* engine, double ceiling) {
     std::printf("| one character-controller move | %.3f |\n", move);
     std::printf("| whole game cycle with swap | %.2f (%.0f fps; ceiling %.0f fps) |\n", frame,
                 1000.0 / frame, 1000.0 / ceiling);
+    return scene;
+}
+
+// Game cycles as the engine runs them, timing the world update apart from the whole cycle.
+struct CycleTimes {
+    double update = 0;
+    double frame = 0;
+};
+CycleTimes playCycles(Engine* engine, int frames) {
+    CycleTimes t;
+    for (int i = 0; i < frames; ++i) {
+        const auto start = Clock::now();
+        engine->processInput();
+        const auto before = Clock::now();
+        engine->scene->update();
+        t.update += msSince(before);
+        engine->renderer->render();
+        glutSwapBuffers();
+        glFinish();
+        t.frame += msSince(start);
+    }
+    t.update /= frames;
+    t.frame /= frames;
+    return t;
+}
+
+int particlesIn(const Scene* scene) {
+    int n = 0;
+    for (int i = 0; i < scene->getSceneList()->count(); ++i) {
+        n += dynamic_cast<Particle*>(scene->getSceneList()->getAt(i)) != nullptr ? 1 : 0;
+    }
+    return n;
+}
+
+// Rockets shot into the ground in front of the herder, then cycles until their bursts have
+// emitted all they will (the particle count stops rising).
+void explode(Engine* engine, Scene* scene, int rockets) {
+    const Vector3D at = scene->getPlayer()->getPosition();
+    for (int i = 0; i < rockets; ++i) {
+        scene->fireRocket(at + Vector3D(2.0f * static_cast<float>(i - 1), 3, -3),
+                          Vector3D(0, -40, 0));
+    }
+    int last = -1;
+    for (int i = 0; i < 100; ++i) {
+        playCycles(engine, 3);
+        const int now = particlesIn(scene);
+        if (now > 0 && now == last) {
+            return;
+        }
+        last = now;
+    }
+}
+
+void printScene(const char* name, const CycleTimes& t, double ceiling) {
+    std::printf("| %s | %.3f | %.2f | %.0f | %.0f |\n", name, t.update, t.frame, 1000.0 / t.frame,
+                1000.0 / ceiling);
+}
+
+// Game scenes on the real level: the flock herded to the herder with two wolves about, thirty
+// wolves, and three explosions at once in front of the camera.
+void benchGame(Engine* engine, Scene* scene, double ceiling) {
+    std::printf("\n| game scene | Scene::update (ms) | frame (ms) | fps | ceiling fps |\n");
+    std::printf("|---|---|---|---|---|\n");
+    scene->herdTo(scene->getPlayer()->getPosition());
+    scene->spawnWolf();
+    scene->spawnWolf();
+    playCycles(engine, kWarmUpFrames);
+    printScene("6 sheep, 2 wolves", playCycles(engine, 3 * kMeasuredFrames), ceiling);
+    while (scene->getWolfCount() < 30) {
+        scene->spawnWolf();
+    }
+    playCycles(engine, kWarmUpFrames);
+    printScene("6 sheep, 30 wolves", playCycles(engine, kMeasuredFrames), ceiling);
+    for (int bursts = 3; bursts <= 6; bursts += 3) {
+        explode(engine, scene, 3);
+        char name[64];
+        std::snprintf(name, sizeof(name), "30 wolves, %d explosions (%d particles)", bursts,
+                      particlesIn(scene));
+        printScene(name, playCycles(engine, kMeasuredFrames / 4), ceiling);
+    }
 }
 
 } // namespace
@@ -201,6 +284,7 @@ int main(int argc, char** argv) {
     }
     InputManager::getInstance()->displayLists = true;
     InputManager::getInstance()->renderMode = FBXModel::kBufferObjects;
-    benchLevel(engine, ceiling);
+    Scene* scene = benchLevel(engine, ceiling);
+    benchGame(engine, scene, ceiling);
     return 0;
 }

@@ -62,6 +62,9 @@ public:
     // The herd command: every active sheep heads for a point near target; the flag goes to the
     // herder. With path search on, sheep held by a wolf are left out and the rest walk the graph.
     void herdTo(const Vector3D& target);
+    // A new wolf 11 to 20 units off the herder towards negative x and z, 10 units up; the game
+    // clock calls it every 30 s.
+    void spawnWolf();
     // Every wolf spawned so far, dead ones included, in spawn order (the scene list owns them).
     const std::vector<AIWolf*>& getWolves() const { return wolves_; }
 
@@ -82,8 +85,6 @@ private:
     void moveControllers(float dt);
     // Once a second: the FPS figure and the game clock, and every 30 s a wolf.
     void countSecond();
-    // A new wolf 11 to 20 units off the herder towards negative x and z, 10 units up.
-    void spawnWolf();
 
     List* sceneList_ = nullptr;
     Object3D* player_ = nullptr;
