@@ -6,3 +6,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/build.sh" build -DHERDER_TESTS=ON
 cd "$root/build"
 ctest -j"$(nproc)" --output-on-failure --timeout 300
+# The same tests built with AddressSanitizer and UndefinedBehaviorSanitizer, in their own folder;
+# the fuzzers already run under both.
+"$root/scripts/build.sh" build-asan -DHERDER_TESTS=ON -DHERDER_SANITIZE=ON
+cd "$root/build-asan"
+ctest -j"$(nproc)" --output-on-failure --timeout 900 -E fuzz
