@@ -16,7 +16,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
+
+#include <unistd.h>
 
 namespace {
 
@@ -199,5 +202,64 @@ TEST_P(WolvesAloneTest, FiveMinutesOfWolvesCarrySheepToTheDen) {
 
 INSTANTIATE_TEST_SUITE_P(PathSearch, WolvesAloneTest, ::testing::Bool(),
                          [](const auto& info) { return info.param ? "On" : "Off"; });
+
+
+// Resident memory of this process in MiB.
+double residentMiB() {
+    std::ifstream statm("/proc/self/statm");
+    long pages = 0, resident = 0;
+    statm >> pages >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1048576.0;
+}
+
+// Half an hour of game time at five cycles a second: a rocket every second at a heading that
+// turns on, herding every ten seconds, path search switched every minute, and a wolf every thirty
+// seconds. The counters must agree with the objects all the way, and memory must level off.
+TEST_F(WholeGameTest, SoakHalfAnHourOfPlay) {
+    constexpr int kRate = 5;
+    constexpr int kSeconds = 30 * 60;
+    InputManager* input = InputManager::getInstance();
+    double earlyMiB = 0;
+    for (int second = 1; second <= kSeconds; ++second) {
+        const float heading = static_cast<float>(second * 37 % 360) * 3.1415927f / 180.0f;
+        const Vector3D at = herderAt();
+        face(at.x + std::sin(heading), at.z + std::cos(heading));
+        input->mouseButton(GLUT_LEFT_BUTTON, GLUT_DOWN, 0, 0);
+        if (second % 10 == 0) {
+            input->mouseButton(GLUT_RIGHT_BUTTON, GLUT_DOWN, 0, 0);
+        }
+        if (second % 60 == 0) {
+            input->keyDown('n', 0, 0);
+        }
+        for (int i = 0; i < kRate; ++i) {
+            engine_->processInput();
+            cycle(1.0 / kRate);
+        }
+        if (second == 5 * 60) {
+            earlyMiB = residentMiB();
+        }
+        int living = 0;
+        for (const AISheep* sheep : scene_->getSheep()) {
+            living += sheep->alive() ? 1 : 0;
+        }
+        ASSERT_EQ(scene_->getSheepCount(), living) << "at " << second << " s";
+    }
+    EXPECT_GE(scene_->getGameSeconds(), kSeconds - 60.0f);
+    EXPECT_GE(scene_->getWolfCount(), 58);
+    EXPECT_EQ(scene_->getRocketCount(), kSeconds);
+    List* list = scene_->getSceneList();
+    for (const AIWolf* wolf : scene_->getWolves()) {
+        bool listed = false;
+        for (int i = 0; i < list->count() && !listed; ++i) {
+            listed = list->getAt(i) == wolf;
+        }
+        EXPECT_EQ(listed, wolf->alive()) << wolf->name;
+    }
+    const double lateMiB = residentMiB();
+    RecordProperty("resident_MiB_at_5_min", std::to_string(earlyMiB));
+    RecordProperty("resident_MiB_at_30_min", std::to_string(lateMiB));
+    std::printf("resident memory: %.1f MiB at 5 min, %.1f MiB at 30 min\n", earlyMiB, lateMiB);
+    EXPECT_LT(lateMiB - earlyMiB, 64.0) << "memory keeps growing";
+}
 
 } // namespace

@@ -86,6 +86,8 @@ PhysicsWorld::PhysicsWorld()
     world_->setGravity(btVector3(g.x, g.y, g.z));
     world_->getPairCache()->setOverlapFilterCallback(filter_.get());
     world_->setInternalTickCallback(&PhysicsWorld::afterFixedStep, this);
+    // Static bodies keep their bounds: every move of a body updates them (PhysicsActor).
+    world_->setForceUpdateAllAabbs(false);
     sceneReady = true;
     debugRenderer_ = std::make_unique<PhysicsDebugDrawer>(world_.get());
     // Rockets report touching wolves, the level (terrain, plant; canyon) and sheep.
