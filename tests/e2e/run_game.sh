@@ -8,6 +8,10 @@
 #   no_display         no X display: one line on stderr and a non-zero exit
 #   walk               walks and turns, then F3 (wireframe) and F9 (physics lines) change the view
 #   play               "m" logs the herder's position; herding, path search and firing run on
+#   bad_files          a truncated model, a texture that cannot be read (a folder in its place)
+#                      and a model full of noise: each is logged and the game runs without it
+#   no_data            settings.ini alone, no models or textures: every model is logged, and the
+#                      game runs with an empty level (the HUD still shows)
 set -u
 scenario=$1
 herder=$2
@@ -31,6 +35,15 @@ walk | play)
     ln -s "$data"/*.fbx "$data"/*.tga .
     ;;
 no_settings) ;;
+bad_files)
+    cp "$data/settings.ini" .
+    ln -s "$data"/*.fbx "$data"/*.tga .
+    rm AniSheepRun2.fbx Brannic.tga Oeltank.fbx
+    head -c 20000 "$data/AniSheepRun2.fbx" >AniSheepRun2.fbx
+    mkdir Brannic.tga
+    head -c 50000 /dev/urandom >Oeltank.fbx
+    ;;
+no_data) cp "$data/settings.ini" . ;;
 keys_out_of_order)
     printf 'G_GAMEMODESTRING=640x480:24@60\nI_MOUSE_SENSYAW=3\nI_MOUSE_SENSPITCH=2\nGAME_SPEED=1\n' \
         >settings.ini
@@ -44,6 +57,16 @@ no_display)
     grep -q "X display" stderr.txt || fail "stderr does not mention the display: $(cat stderr.txt)"
     if [ "$scenario" = play ]; then
     grep -q '^vector/' log.txt || fail "no vector/ line after m"
+fi
+if [ "$scenario" = bad_files ]; then
+    for name in AniSheepRun2.fbx Oeltank.fbx; do
+        grep -q "Model '$name' could not be imported" log.txt || fail "no log line for $name"
+    done
+    grep -q "Unable to load the Texture 'Brannic.tga'" log.txt || fail "no log line for Brannic.tga"
+fi
+if [ "$scenario" = no_data ]; then
+    # A texture is only read for a model that loaded, so the models' lines are all there is.
+    [ "$(grep -c "could not be imported" log.txt)" -ge 10 ] || fail "missing models not all logged"
 fi
 echo "PASS ($scenario): $(cat stderr.txt)"
     exit 0
@@ -138,7 +161,7 @@ wait $xvfb 2>/dev/null
 [ "$(cat status.txt)" = "exit:0" ] || fail "game ended as $(cat status.txt), stderr: $(cat stderr.txt)"
 first=$(head -n 1 log.txt)
 case "$scenario" in
-settings | walk | play) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
+settings | walk | play | bad_files | no_data) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
 no_settings) expected=NULL ;;
 keys_out_of_order) expected="640x480:24@60" ;;
 esac
@@ -174,5 +197,15 @@ if [ "$scenario" = walk ]; then
 fi
 if [ "$scenario" = play ]; then
     grep -q '^vector/' log.txt || fail "no vector/ line after m"
+fi
+if [ "$scenario" = bad_files ]; then
+    for name in AniSheepRun2.fbx Oeltank.fbx; do
+        grep -q "Model '$name' could not be imported" log.txt || fail "no log line for $name"
+    done
+    grep -q "Unable to load the Texture 'Brannic.tga'" log.txt || fail "no log line for Brannic.tga"
+fi
+if [ "$scenario" = no_data ]; then
+    # A texture is only read for a model that loaded, so the models' lines are all there is.
+    [ "$(grep -c "could not be imported" log.txt)" -ge 10 ] || fail "missing models not all logged"
 fi
 echo "PASS ($scenario): first line '$first', HUD pixels $counters, screenshot $work/screen.png"
