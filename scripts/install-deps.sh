@@ -8,7 +8,7 @@ PACKAGES=(
   freeglut3-dev libglew-dev libglu1-mesa-dev libgl1-mesa-dri libx11-dev
   libbullet-dev libassimp-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  xvfb xauth xdotool x11-apps imagemagick
+  xvfb xauth xdotool x11-apps imagemagick valgrind
 )
 
 missing=()

@@ -10,9 +10,11 @@
 #   play               "m" logs the herder's position; herding, path search and firing run on
 #   bad_files          a truncated model, a texture that cannot be read (a folder in its place)
 #                      and a model full of noise: each is logged and the game runs without it
+#   valgrind           the walk-and-fire run under valgrind: no invalid read or write anywhere
 #   no_data            settings.ini alone, no models or textures: every model is logged, and the
 #                      game runs with an empty level (the HUD still shows)
 set -u
+here=$(cd "$(dirname "$0")" && pwd)
 scenario=$1
 herder=$2
 data=$3
@@ -30,7 +32,7 @@ cd "$work" || exit 1
 
 case "$scenario" in
 settings) cp "$data/settings.ini" . ;;
-walk | play)
+walk | play | valgrind)
     cp "$data/settings.ini" .
     ln -s "$data"/*.fbx "$data"/*.tga .
     ;;
@@ -55,20 +57,7 @@ no_display)
     [ "$status" -ne 0 ] || fail "exit status 0 without a display"
     [ "$(wc -l <stderr.txt)" -eq 1 ] || fail "expected one stderr line, got: $(cat stderr.txt)"
     grep -q "X display" stderr.txt || fail "stderr does not mention the display: $(cat stderr.txt)"
-    if [ "$scenario" = play ]; then
-    grep -q '^vector/' log.txt || fail "no vector/ line after m"
-fi
-if [ "$scenario" = bad_files ]; then
-    for name in AniSheepRun2.fbx Oeltank.fbx; do
-        grep -q "Model '$name' could not be imported" log.txt || fail "no log line for $name"
-    done
-    grep -q "Unable to load the Texture 'Brannic.tga'" log.txt || fail "no log line for Brannic.tga"
-fi
-if [ "$scenario" = no_data ]; then
-    # A texture is only read for a model that loaded, so the models' lines are all there is.
-    [ "$(grep -c "could not be imported" log.txt)" -ge 10 ] || fail "missing models not all logged"
-fi
-echo "PASS ($scenario): $(cat stderr.txt)"
+    echo "PASS ($scenario): $(cat stderr.txt)"
     exit 0
     ;;
 *) fail "unknown scenario" ;;
@@ -78,14 +67,14 @@ esac
 cat >drive.sh <<'DRIVE'
 #!/usr/bin/env bash
 set -u
-"$1" >stdout.txt 2>stderr.txt &
+$WRAP "$1" >stdout.txt 2>stderr.txt &
 pid=$!
-for _ in $(seq 150); do
+for _ in $(seq 1500); do
     xdotool search --name Herder >/dev/null 2>&1 && break
     sleep 0.1
 done
 # The models are loaded when the level logs its set-up a second time.
-for _ in $(seq 100); do
+for _ in $(seq 1000); do
     [ "$(grep -c 'initialising scene' log.txt 2>/dev/null)" -ge 2 ] && break
     sleep 0.2
 done
@@ -114,6 +103,14 @@ if [ "$2" = walk ]; then
     xwd -root -silent >debug.xwd
     xdotool key F9
 fi
+if [ "$2" = valgrind ]; then
+    sleep 15
+    xdotool keydown w
+    sleep 3
+    xdotool keyup w
+    xdotool mousemove 512 384 click 1
+    sleep 10
+fi
 if [ "$2" = play ]; then
     xdotool key m
     xdotool mousemove 512 384 click 3
@@ -133,7 +130,7 @@ if ! kill -0 $pid 2>/dev/null; then
     exit 0
 fi
 xdotool key p
-for _ in $(seq 100); do
+for _ in $(seq 1200); do
     kill -0 $pid 2>/dev/null || break
     sleep 0.1
 done
@@ -146,6 +143,11 @@ wait $pid
 echo "exit:$?" >status.txt
 DRIVE
 chmod +x drive.sh
+# Only the valgrind run wraps the game; memory errors anywhere make it exit with 1.
+export WRAP=""
+if [ "$scenario" = valgrind ]; then
+    WRAP="valgrind --error-exitcode=1 --leak-check=no --suppressions=$here/valgrind.supp"
+fi
 # A private server on a display number it picks itself, so parallel runs never collide.
 Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp -noreset 3>display.txt 2>xvfb.txt &
 xvfb=$!
@@ -161,7 +163,7 @@ wait $xvfb 2>/dev/null
 [ "$(cat status.txt)" = "exit:0" ] || fail "game ended as $(cat status.txt), stderr: $(cat stderr.txt)"
 first=$(head -n 1 log.txt)
 case "$scenario" in
-settings | walk | play | bad_files | no_data) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
+settings | walk | play | bad_files | no_data | valgrind) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
 no_settings) expected=NULL ;;
 keys_out_of_order) expected="640x480:24@60" ;;
 esac
