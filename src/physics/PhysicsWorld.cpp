@@ -163,13 +163,17 @@ void PhysicsWorld::scanContacts() {
     const int manifolds = dispatcher_->getNumManifolds();
     for (int i = 0; i < manifolds; ++i) {
         const btPersistentManifold* m = dispatcher_->getManifoldByIndexInternal(i);
+        auto* a = static_cast<PhysicsActor*>(m->getBody0()->getUserPointer());
+        auto* b = static_cast<PhysicsActor*>(m->getBody1()->getUserPointer());
+        // The groups first: most manifolds (particles on the ground) are never reported.
+        if (a == nullptr || b == nullptr || !reportsPair(a->group, b->group)) {
+            continue;
+        }
         bool touching = m->getNumContacts() > 0 && reporting->predictive(m);
         for (int c = 0; c < m->getNumContacts() && !touching; ++c) {
             touching = m->getContactPoint(c).getDistance() <= kTouchDistance;
         }
-        auto* a = static_cast<PhysicsActor*>(m->getBody0()->getUserPointer());
-        auto* b = static_cast<PhysicsActor*>(m->getBody1()->getUserPointer());
-        if (!touching || a == nullptr || b == nullptr || !reportsPair(a->group, b->group)) {
+        if (!touching) {
             continue;
         }
         const std::pair<const void*, const void*> key = std::minmax<const void*>(a, b);
