@@ -15,8 +15,8 @@ public:
     // A rocket's damage is 50: two hits kill.
     static constexpr float kFullHitPoints = 100.0f;
 
-    // Chooses its prey among the scene's sheep at random (the list must not be empty) and
-    // sets off after it, by path when the Engine's path search is on.
+    // Chooses its prey among the scene's sheep at random and sets off after it, by path when
+    // the Engine's path search is on; with no sheep at all it stands idle.
     explicit AIWolf(Scene* scene);
     ~AIWolf() override;
 

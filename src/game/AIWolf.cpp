@@ -18,10 +18,14 @@ static constexpr float kMessageSeconds = 2.0f;
 
 const Vector3D AIWolf::den(-40.5126f, -16.1909f, 8.51358f);
 
+// A level without sheep never spawns wolves; should one be made there anyway, it stands idle.
 AIWolf::AIWolf(Scene* owner) : scene(owner) {
     const std::vector<AISheep*>& flock = scene->getSheep();
-    AISheep* chosen = flock[static_cast<size_t>(std::rand()) % flock.size()];
-    if (Engine::getInstance()->pathSearch) {
+    AISheep* chosen =
+        flock.empty() ? nullptr : flock[static_cast<size_t>(std::rand()) % flock.size()];
+    if (chosen == nullptr) {
+        Logfile::appendLine("wolf without sheep to hunt");
+    } else if (Engine::getInstance()->pathSearch) {
         prey = chosen;
         huntingByPath = true;
         goViaPath(chosen->getPosition());
