@@ -62,6 +62,9 @@ public:
     void createController(float height, float radius);
     // Moves the controller by walkVector x dt x 5 x game speed plus the world's gravity.
     void moveController(float dt);
+    // Moves the controller by `displacement`, blocked by the level and other characters; does
+    // nothing without a controller. Both the per-frame step and the herder's walk go through it.
+    void moveControllerBy(const Vector3D& displacement);
     // Turns the actor to `degrees` about the vertical axis.
     void rotateActor(float degrees);
     // Clears velocity and acceleration and marks the object stopped.

@@ -2,14 +2,12 @@
 #include "Engine.h"
 
 #include "Camera.h"
-#include "CharacterController.h"
 #include "FBXModel.h"
 #include "HUD.h"
 #include "InputManager.h"
 #include "List.h"
 #include "Logfile.h"
 #include "Object3D.h"
-#include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "Scene.h"
 #include "SettingsFile.h"
@@ -25,14 +23,10 @@ static const char* const kLostText = "you lost. hah. press ESC to exit.";
 static constexpr float kResultSeconds = 1000.0f;
 static constexpr int kNearClip = 1;
 static constexpr int kFarClip = 10000;
-// Input step: degrees per second of turning, walk factor, controller factor, move settings.
+// Input step: degrees per second of turning, walk factor, controller factor.
 static constexpr float kTurnRate = 20.0f;
 static constexpr float kWalkFactor = 3.0f;
 static constexpr float kControllerFactor = 0.8f;
-static constexpr unsigned kControllerGroups =
-    PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
-static constexpr float kMinMoveDistance = 0.0000001f;
-static constexpr float kSharpness = 1.0f;
 // Firing: launch speed along the facing, the upward part and how much looking up adds to it,
 // and where the rocket starts relative to the herder.
 static constexpr float kLaunchForward = 40.0f;
@@ -137,10 +131,7 @@ void Engine::walk(Object3D* herder) {
     herder->staticPose = !moved;
     move *= kWalkFactor;
     lastMove = move;
-    if (herder->controller != nullptr) {
-        herder->controller->move(move * kControllerFactor, kControllerGroups, kMinMoveDistance,
-                                 kSharpness);
-    }
+    herder->moveControllerBy(move * kControllerFactor);
 }
 
 // A rocket leaves from above the herder's head, a little behind it so that it clears the

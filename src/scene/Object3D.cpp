@@ -93,7 +93,13 @@ void Object3D::moveController(float dt) {
     const float speed = static_cast<float>(Engine::getInstance()->gameSpeed);
     // Gravity is added as it is, once per cycle, not scaled by the frame time.
     const Vector3D displacement = walkVector * (dt * kWalkFactor * speed) + PhysicsWorld::gravity();
-    controller->move(displacement, kControllerGroups, kMinMoveDistance, kSharpness);
+    moveControllerBy(displacement);
+}
+
+void Object3D::moveControllerBy(const Vector3D& displacement) {
+    if (controller != nullptr) {
+        controller->move(displacement, kControllerGroups, kMinMoveDistance, kSharpness);
+    }
 }
 
 void Object3D::rotateActor(float degrees) {
