@@ -143,6 +143,7 @@ Scene* benchLevel(Engine* engine, double ceiling) {
     engine->scene = scene;
     Renderer* renderer = new Renderer(scene);
     renderer->frustum = new ViewFrustum();
+    renderer->ground = engine->physics;
     renderer->reshape();
     engine->renderer = renderer;
     scene->prepare();

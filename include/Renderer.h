@@ -12,6 +12,7 @@
 class Camera;
 class DebugLayer;
 class HUD;
+class PhysicsWorld;
 class Scene;
 class ViewFrustum;
 
@@ -51,6 +52,9 @@ public:
     DebugLayer* debugLayer = nullptr;
     // Culling volume, rebuilt from the camera every frame; created by program entry (not owned).
     ViewFrustum* frustum = nullptr;
+    // Level geometry that the camera's eye stays above; set by program entry (not owned). Without
+    // it the camera is never lifted.
+    const PhysicsWorld* ground = nullptr;
     // Number of flare elements drawn in the last frame.
     int flareElementsDrawn = 0;
 
@@ -59,6 +63,7 @@ private:
     void captureMatrices();
     void setupLight();
     void followHerder();
+    void liftOverGround();
     void renderShadowed();
     void shadowPass(bool lit);
 
