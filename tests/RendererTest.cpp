@@ -18,6 +18,7 @@
 #include <btBulletCollisionCommon.h>
 
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -168,6 +169,20 @@ TEST_F(RendererTest, LensFlareOnlyWhileTheLightIsInView) {
     faceLight(*scene_, herder, true);
     renderer_->render();
     EXPECT_EQ(renderer_->flareElementsDrawn, 16);
+    // The level is drawn next frame with the material and colour the frame leaves behind: the
+    // same whether the flare was drawn or not.
+    const auto materialAfterFrame = [&](bool towards) {
+        faceLight(*scene_, herder, towards);
+        renderer_->render();
+        std::vector<GLfloat> state(20);
+        glGetMaterialfv(GL_FRONT, GL_AMBIENT, &state[0]);
+        glGetMaterialfv(GL_FRONT, GL_DIFFUSE, &state[4]);
+        glGetMaterialfv(GL_BACK, GL_AMBIENT, &state[8]);
+        glGetMaterialfv(GL_BACK, GL_DIFFUSE, &state[12]);
+        glGetFloatv(GL_CURRENT_COLOR, &state[16]);
+        return state;
+    };
+    EXPECT_EQ(materialAfterFrame(true), materialAfterFrame(false));
     faceLight(*scene_, herder, false);
     renderer_->render();
     EXPECT_EQ(renderer_->flareElementsDrawn, 0);

@@ -82,6 +82,10 @@ int LensFlare::drawFlare(const Vector3D& light, const Camera& camera, const View
     const Vector3D span(eye.x - lifted.x, eye.y - lifted.y, eye.z - lifted.z);
     const float length = std::sqrt(Vector3D::dot(span, span)) * kReach;
 
+    // The glows set material colours of their own and the flat elements the current colour; the
+    // level is drawn with both next frame, and left as the flare leaves them they darkened the
+    // whole level whenever the sun was in view.
+    glPushAttrib(GL_LIGHTING_BIT | GL_CURRENT_BIT);
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE);
     glDepthMask(GL_FALSE);
@@ -106,5 +110,6 @@ int LensFlare::drawFlare(const Vector3D& light, const Camera& camera, const View
     }
     glDepthMask(GL_TRUE);
     glDisable(GL_BLEND);
+    glPopAttrib();
     return drawn;
 }

@@ -170,8 +170,14 @@ static AssetMesh canyonFloor() {
             return p.floor + kSandDepth - kSink * smoothstep((p.distance - kSandHalfWidth) / 2.0f);
         },
         [](const PathPoint& p) { return p.distance < kSandHalfWidth; },
-        [](float, float, const PathPoint& p) {
-            const float across = std::min(1.0f, p.distance / kSandHalfWidth);
+        [](float x, float z, const PathPoint& p) {
+            // Across the floor from one side to the other, so the sand is not mirrored about
+            // the path into a diamond pattern.
+            aiVector3D foot, tangent;
+            pathAt(p.along, &foot, &tangent);
+            const float side = tangent.x * (z - foot.z) - tangent.z * (x - foot.x) < 0.0f ? -1.0f : 1.0f;
+            const float across =
+                0.5f + 0.5f * std::clamp(side * p.distance / kSandHalfWidth, -1.0f, 1.0f);
             return aiVector2D(p.along * kUPerUnit, kSandBottom + (kSandTop - kSandBottom) * across);
         });
 }
@@ -256,11 +262,11 @@ static Canvas sandstone() {
         r = mix(r, pale, std::max(0.0f, blotch - 0.55f) * 2.2f);
         return mix(r, Rgb{r.r * 0.8f, r.g * 0.8f, r.b * 0.8f}, grain * 0.5f);
     });
-    // Sand: 43 texels per unit along the path but only about 3 across, so its noise is squeezed
-    // across to look even on the ground.
+    // Sand: 43 texels per unit along the path but only about 7 across the floor's 15 units, so
+    // its noise is squeezed across to look even on the ground.
     const Rgb sandDark{0.72f, 0.50f, 0.30f}, sandLight{0.88f, 0.70f, 0.48f};
     c.paint(0, rockRows + 8, kTextureWidth, kTextureHeight, [&](int x, int y) {
-        const float n = fractalNoise(x * s * 2.0f, y * s * 26.0f, 16, 4, kRockSeed + 4);
+        const float n = fractalNoise(x * s * 2.0f, y * s * 13.0f, 16, 4, kRockSeed + 4);
         const float pebble = hash01(x / 3, y, kRockSeed + 5) > 0.93f ? 0.25f : 0.0f;
         return mix(mix(sandDark, sandLight, n), Rgb{0.45f, 0.32f, 0.22f}, pebble);
     });

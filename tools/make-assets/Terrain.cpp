@@ -23,10 +23,49 @@ static constexpr uint32_t kRockSeed = 202;
 // The preset is drawn at scale 0.01 with the terrain's turn and position.
 static const Placement kPresetPlacement{0.01f, 90.0f, aiVector3D(-285.0f, 10.0f, -275.0f)};
 
+// The border band whose texture is unfolded over the slopes of the hills, and the step of the
+// arc-length walk that does it.
+static constexpr float kUnfoldBand = 50.0f;
+static constexpr float kUnfoldStep = 0.5f;
+
+// Length of the ground's profile between a and b along x (alongX) or z, at the other coordinate c.
+static float profileLength(float a, float b, float c, bool alongX) {
+    auto height = [&](float t) { return alongX ? groundHeight(t, c) : groundHeight(c, t); };
+    const float direction = b > a ? 1.0f : -1.0f;
+    float length = 0.0f, t = a, h = height(a);
+    while ((b - t) * direction > 0.0f) {
+        const float next = direction > 0.0f ? std::min(b, t + kUnfoldStep) : std::max(b, t - kUnfoldStep);
+        const float nextH = height(next);
+        length += std::hypot(next - t, nextH - h);
+        t = next;
+        h = nextH;
+    }
+    return length;
+}
+
+// A coordinate of the ground moved outwards by how much longer the hill's surface is than its
+// plan, counted from the foot of the border band: the texture keeps its size up the hills
+// instead of running into streaks.
+static float unfold(float t, float c, float lo, float hi, bool alongX) {
+    if (t < lo + kUnfoldBand) {
+        return lo + kUnfoldBand - profileLength(lo + kUnfoldBand, t, c, alongX);
+    }
+    if (t > hi - kUnfoldBand) {
+        return hi - kUnfoldBand + profileLength(hi - kUnfoldBand, t, c, alongX);
+    }
+    return t;
+}
+
 static AssetMesh groundMesh(int cells) {
-    const float width = kWorldMaxX - kWorldMinX;
-    return makeHeightGrid(kWorldMinX, kWorldMinZ, kWorldMaxX, kWorldMaxZ, cells, cells,
-                          groundHeight, width / kTileSize);
+    AssetMesh m = makeHeightGrid(kWorldMinX, kWorldMinZ, kWorldMaxX, kWorldMaxZ, cells, cells,
+                                 groundHeight, 1.0f);
+    for (size_t i = 0; i < m.positions.size(); ++i) {
+        const aiVector3D& p = m.positions[i];
+        const float u = unfold(p.x, p.z, kWorldMinX, kWorldMaxX, true);
+        const float v = unfold(p.z, p.x, kWorldMinZ, kWorldMaxZ, false);
+        m.uvs[i] = aiVector2D((u - kWorldMinX) / kTileSize, (v - kWorldMinZ) / kTileSize);
+    }
+    return m;
 }
 
 // Seamless noise over the texture: the period matches the texture's width in noise cells.
