@@ -40,6 +40,10 @@ public:
     // Window size in pixels, stored by the reshape callback.
     static int windowWidth;
     static int windowHeight;
+    // The front material ambient that models are drawn with: what colour tracking leaves after
+    // start-up (white). Effects that change it put this back, so the level looks the same before
+    // and after the first explosion.
+    static constexpr GLfloat kDefaultMaterialAmbient[4] = {1.0f, 1.0f, 1.0f, 1.0f};
     // Clip distances of the projection, set by the Engine.
     static int nearClip;
     static int farClip;

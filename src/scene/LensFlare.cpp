@@ -3,6 +3,7 @@
 #include "LensFlare.h"
 
 #include "Camera.h"
+#include "Renderer.h"
 #include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
@@ -16,8 +17,6 @@ static constexpr float kHalo1Scale = 1.0f;
 static constexpr float kHalo2Scale = 0.6f;
 // The flare reaches this fraction of the way from the light to the eye.
 static constexpr float kReach = 0.5f;
-// The material ambient restored after each glow sphere.
-static const GLfloat kDefaultAmbient[4] = {0.2f, 0.2f, 0.2f, 1.0f};
 
 const LensFlare::Element LensFlare::kElements[16] = {
     {-1.0f, Kind::Halo1, 0.6f, 0.6f, 0.8f, 0.02f, 16.0f},
@@ -47,7 +46,7 @@ void LensFlare::drawGlowSphere(float r, float g, float b, float a, float x, floa
     glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, colour);
     glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, colour);
     glutSolidSphere(size * kGlowScale, 48, 48);
-    glMaterialfv(GL_FRONT, GL_AMBIENT, kDefaultAmbient);
+    glMaterialfv(GL_FRONT, GL_AMBIENT, Renderer::kDefaultMaterialAmbient);
     glPopMatrix();
 }
 
