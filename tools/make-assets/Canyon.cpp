@@ -5,6 +5,7 @@
 #include "Canvas.h"
 #include "FbxExport.h"
 #include "LevelGround.h"
+#include "MeshSimplify.h"
 #include "Models.h"
 
 #include <algorithm>
@@ -14,10 +15,15 @@
 namespace assets {
 
 static constexpr float kSkinCell = 1.25f;
+// The sampled skin and rocks are simplified towards this many triangles, moving the surface no
+// further than this (world units); the sand much less, since it lies only a little above the
+// terrain's own floor and the grass must not come through.
+static constexpr SimplifyBudget kRockBudget{5000, 0.3f};
+static constexpr SimplifyBudget kFloorBudget{600, 0.04f};
 static constexpr float kFloorCell = 2.0f;
 // The sand layer on the floor: how far above the terrain it lies, how wide it is, and the band
 // of the sandstone texture it takes its colour from.
-static constexpr float kSandDepth = 0.12f;
+static constexpr float kSandDepth = 0.3f;
 static constexpr float kSandHalfWidth = 7.5f;
 // How far the skin sinks below the ground where it ends.
 static constexpr float kSink = 2.0f;
@@ -274,12 +280,19 @@ static Canvas sandstone() {
 }
 
 bool writeCanyon(const std::string& dir) {
+    return writeCanyon(dir, Detail::kShipped);
+}
+
+bool writeCanyon(const std::string& dir, Detail detail) {
     ModelFile model;
     model.nodeName = "Canyon";
     model.textureName = "orange.tga";
     model.mesh = canyonSkin();
-    model.mesh.append(canyonFloor());
     model.mesh.append(formations());
+    simplifyFor(model.mesh, detail, kRockBudget, "Level01Version6.fbx (rock)");
+    AssetMesh floor = canyonFloor();
+    simplifyFor(floor, detail, kFloorBudget, "Level01Version6.fbx (sand)");
+    model.mesh.append(floor);
     toModelSpace(model.mesh, kCanyonPlacement);
     return writeModel(dir, "Level01Version6.fbx", model, sandstone(), true);
 }

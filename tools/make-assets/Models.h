@@ -2,16 +2,23 @@
 // the names the game loads. They return false (after printing why) when a file cannot be written.
 #pragma once
 
+#include "MeshSimplify.h"
+
 #include <string>
 
 namespace assets {
 
-// "Level01Boden3.fbx" + "Terrain2.tga": the whole playable ground.
+// "Level01Boden3.fbx" + "Terrain2.tga": the whole playable ground, simplified as shipped.
 bool writeTerrain(const std::string& dir);
+// The same at the given detail.
+bool writeTerrain(const std::string& dir, Detail detail);
 // "TerrainOptimiert5.fbx" + "Canyon1.tga": the terrain preset the level does not load.
 bool writeTerrainPreset(const std::string& dir);
-// "Level01Version6.fbx" + "orange.tga": the rock walls along the canyon trench.
+// "Level01Version6.fbx" + "orange.tga": the rock walls along the canyon trench, simplified as
+// shipped.
 bool writeCanyon(const std::string& dir);
+// The same at the given detail.
+bool writeCanyon(const std::string& dir, Detail detail);
 // "Oeltank.fbx" + "Oeltank.tga": tanks, pipes, chimney and fence of the power plant.
 bool writePowerPlant(const std::string& dir);
 // "Sky.fbx" + "Skyred.tga": the dome seen from inside.

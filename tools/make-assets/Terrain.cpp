@@ -4,14 +4,18 @@
 #include "Canvas.h"
 #include "FbxExport.h"
 #include "LevelGround.h"
+#include "MeshSimplify.h"
 #include "Models.h"
 
 #include <cmath>
 
 namespace assets {
 
-// 150 x 150 cells of 2.67 units: 45,000 triangles, under the 50k budget.
+// Sampled on 150 x 150 cells of 2.67 units (45,000 triangles), then simplified: the meadow is
+// nearly flat and needs few triangles; the surface may move this far (world units), and no
+// more, towards this many triangles.
 static constexpr int kCells = 150;
+static constexpr SimplifyBudget kTerrainBudget{7000, 0.25f};
 static constexpr int kPresetCells = 60;
 // World units per texture repeat: wide enough that the repeat does not line up across a hill,
 // with 32 texels per unit for the grass near the camera.
@@ -114,10 +118,15 @@ static Canvas rockTexture() {
 }
 
 bool writeTerrain(const std::string& dir) {
+    return writeTerrain(dir, Detail::kShipped);
+}
+
+bool writeTerrain(const std::string& dir, Detail detail) {
     ModelFile model;
     model.nodeName = "Terrain";
     model.textureName = "Terrain2.tga";
     model.mesh = groundMesh(kCells);
+    simplifyFor(model.mesh, detail, kTerrainBudget, "Level01Boden3.fbx");
     toModelSpace(model.mesh, kTerrainPlacement);
     return writeModel(dir, "Level01Boden3.fbx", model, grassTexture(), false);
 }
