@@ -4,6 +4,7 @@
 
 #include "Camera.h"
 #include "Renderer.h"
+#include "SphereList.h"
 #include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
@@ -45,7 +46,7 @@ void LensFlare::drawGlowSphere(float r, float g, float b, float a, float x, floa
     const GLfloat colour[4] = {r * 1.5f, g * 1.3f, b * 0.6f, a * 0.3f};
     glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, colour);
     glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, colour);
-    glutSolidSphere(size * kGlowScale, 48, 48);
+    SphereList::draw(size * kGlowScale, 48, 48);
     glMaterialfv(GL_FRONT, GL_AMBIENT, Renderer::kDefaultMaterialAmbient);
     glPopMatrix();
 }
@@ -56,7 +57,7 @@ static void drawFlat(const LensFlare::Element& e, const Vector3D& at, float scal
     glPushMatrix();
     glTranslatef(at.x, at.y, at.z);
     glColor4f(e.r, e.g, e.b, e.a);
-    glutSolidSphere(e.size * scale, 8, 8);
+    SphereList::draw(e.size * scale, 8, 8);
     glPopMatrix();
     glEnable(GL_LIGHTING);
 }
