@@ -141,8 +141,9 @@ launcher_status=0
 env -u DISPLAY HOME="$home" XDG_DATA_HOME="$work/not-a-folder" "$launcher" \
     2>"$work/stderr.txt" || launcher_status=$?
 [ "$launcher_status" -ne 0 ] || fail "the launcher exited 0 without a folder"
-[ "$(wc -l <"$work/stderr.txt")" -eq 1 ] && grep -q "cannot create" "$work/stderr.txt" ||
+if [ "$(wc -l <"$work/stderr.txt")" -ne 1 ] || ! grep -q "cannot create" "$work/stderr.txt"; then
     fail "expected one line about the folder, got: $(cat "$work/stderr.txt")"
+fi
 
 [ "$(snapshot)" = "$before" ] || fail "the installed tree changed: $(diff <(echo "$before") <(snapshot))"
 echo "PASS: installed into $root, played twice from $folder"
