@@ -220,6 +220,32 @@ TEST_F(PhysicsWorldTest, ParticlesPassThroughEachOtherButNotTheGround) {
     EXPECT_TRUE(world.groupsCollide(9, 0));
 }
 
+// Particles thrown hard at the level are stopped by what they collide with (the terrain's group)
+// and pass through what they do not (the canyon's), fast enough to cross either in one step.
+TEST_F(PhysicsWorldTest, FastParticlesStopAtTheGroundAndPassTheCanyon) {
+    PhysicsWorld world;
+    FBXModel groundModel, canyonModel;
+    flatSquare(groundModel, 100, 0, 1);
+    flatSquare(canyonModel, 100, -10, 1);
+    world.createStaticMesh(&groundModel);
+    PhysicsActor* canyon = world.createStaticMesh(&canyonModel);
+    canyon->shapeGroup = 10;
+    Object3D owner;
+    PhysicsActor* above = world.createCapsuleActor(&owner, 0.001f, 0.05f);
+    PhysicsActor* below = world.createCapsuleActor(&owner, 0.001f, 0.05f);
+    above->shapeGroup = below->shapeGroup = PhysicsWorld::kParticleShapeGroup;
+    above->setGlobalPosition(Vector3D(0, 2, 0));
+    below->setGlobalPosition(Vector3D(5, -5, 0));
+    for (PhysicsActor* p : {above, below}) {
+        auto* body = static_cast<btRigidBody*>(p->body());
+        body->setLinearVelocity(btVector3(0, -60, 0)); // 6 units a step
+    }
+    world.step(0.1f);
+    world.step(0.1f);
+    EXPECT_GT(above->getGlobalPosition().y, -0.2f) << "through the ground";
+    EXPECT_LT(below->getGlobalPosition().y, -10.0f) << "stopped by the canyon";
+}
+
 TEST(ContactRulesTest, KindsDecideInTheirOrder) {
     Object3D sheep, wolf, rocket, level, herder, otherSheep;
     sheep.type = otherSheep.type = Object3D::kSheep;

@@ -7,6 +7,7 @@
 #include "ControllerHitReport.h"
 #include "CookedMesh.h"
 #include "PhysicsActor.h"
+#include "ParticleSweep.h"
 #include "PhysicsDebugDrawer.h"
 
 #include <btBulletDynamicsCommon.h>
@@ -51,9 +52,13 @@ private:
 // The dynamics world that can tell a predictive contact from a touching one. A fast body's
 // swept test adds a predictive contact when the body would meet another within the step; the
 // solver then stops it short of the other, so its touch never shows as a touching contact.
+// Particles are moved apart from the other bodies: their swept test looks at the level only.
 class ReportingWorld : public btDiscreteDynamicsWorld {
 public:
-    using btDiscreteDynamicsWorld::btDiscreteDynamicsWorld;
+    ReportingWorld(btDispatcher* dispatcher, btBroadphaseInterface* broadphase,
+                   btConstraintSolver* solver, btCollisionConfiguration* configuration,
+                   const PhysicsWorld* groups)
+        : btDiscreteDynamicsWorld(dispatcher, broadphase, solver, configuration), groups_(groups) {}
     bool predictive(const btPersistentManifold* manifold) const {
         for (int i = 0; i < m_predictiveManifolds.size(); ++i) {
             if (m_predictiveManifolds[i] == manifold) {
@@ -62,6 +67,39 @@ public:
         }
         return false;
     }
+
+protected:
+    // As Bullet's own, for every body but the particles.
+    void createPredictiveContacts(btScalar timeStep) override {
+        releasePredictiveContacts();
+        splitBodies();
+        if (!others_.empty()) {
+            createPredictiveContactsInternal(others_.data(), static_cast<int>(others_.size()),
+                                             timeStep);
+        }
+    }
+    void integrateTransforms(btScalar timeStep) override {
+        splitBodies();
+        if (!others_.empty()) {
+            integrateTransformsInternal(others_.data(), static_cast<int>(others_.size()), timeStep);
+        }
+        integrateParticles(particles_, particleObstacles(*this, *groups_), timeStep,
+                           getDispatchInfo().m_allowedCcdPenetration);
+    }
+
+private:
+    void splitBodies() {
+        particles_.clear();
+        others_.clear();
+        for (int i = 0; i < m_nonStaticRigidBodies.size(); ++i) {
+            btRigidBody* body = m_nonStaticRigidBodies[i];
+            (isParticleBody(body) ? particles_ : others_).push_back(body);
+        }
+    }
+
+    const PhysicsWorld* groups_;
+    std::vector<btRigidBody*> particles_;
+    std::vector<btRigidBody*> others_;
 };
 
 bool validGroup(int g) {
@@ -77,7 +115,7 @@ PhysicsWorld::PhysicsWorld()
       filter_(std::make_unique<GroupFilter>(this)),
       solver_(std::make_unique<btSequentialImpulseConstraintSolver>()),
       world_(std::make_unique<ReportingWorld>(dispatcher_.get(), broadphase_.get(), solver_.get(),
-                                              configuration_.get())),
+                                              configuration_.get(), this)),
       ownReport_(std::make_unique<ContactReport>()), report_(ownReport_.get()) {
     for (auto& row : collides_) {
         std::fill(std::begin(row), std::end(row), true);
