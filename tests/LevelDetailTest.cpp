@@ -45,7 +45,7 @@ const Viewpoint kViewpoints[] = {
     {"ramp-to-den", {-6, 1, 44}, {-34, 0, -36}},
     {"canyon", {-164, -9, -21}, {1, 0, 0.1f}},
     {"power-plant", {-110, 17, -190}, {0, 0, -1}},
-    {"east-border", {70, 2, -30}, {1, 0, -0.2f}},
+    {"plateau-over-meadow", {-90, 16, -170}, {1, 0, 1.2f}},
 };
 
 using Image = std::vector<unsigned char>;
