@@ -17,7 +17,7 @@
 
 namespace {
 
-const std::string kThirdParty = "/work/shared/testdata/fbx/";
+const std::string kThirdParty = HERDER_THIRD_PARTY_DIR;
 const char* const kLoadSteps[] = {"loading model 1", "loading model 2", "loading model 3.1",
                                   "loading model 3.5", "loading model 4"};
 

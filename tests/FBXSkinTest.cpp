@@ -13,7 +13,7 @@
 
 namespace {
 
-const std::string kThirdParty = "/work/shared/testdata/fbx/";
+const std::string kThirdParty = HERDER_THIRD_PARTY_DIR;
 
 aiNode* addChild(aiNode* parent, const char* name, const aiVector3D& position) {
     aiNode* child = new aiNode(name);

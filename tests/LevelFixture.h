@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Engine.h"
+#include "GameRules.h"
 #include "InputManager.h"
 #include "LevelMeshes.h"
 #include "Object3D.h"
@@ -22,6 +23,7 @@ protected:
         ManualClock::install();
         engine_ = Engine::getInstance();
         engine_->physics = new PhysicsWorld();
+        GameRules::install(*engine_->physics);
         scene_ = new Scene();
         engine_->scene = scene_;
     }

@@ -53,7 +53,7 @@ TEST_F(SceneTest, LevelIsBuiltInItsOrder) {
         EXPECT_EQ(sheep->type, Object3D::kSheep);
         EXPECT_FLOAT_EQ(sheep->getPosition().x, 10.0f * i - 30.0f);
         ASSERT_NE(sheep->controller, nullptr);
-        EXPECT_EQ(sheep->controller->getActor()->group, 3);
+        EXPECT_EQ(sheep->controller->getActor()->group, ActorGroup::kSheep);
         EXPECT_EQ(sheep->controller->getActor()->userData, sheep);
         EXPECT_FLOAT_EQ(sheep->controller->getPosition().y, 10.25f) << "half its height up";
     }
@@ -77,9 +77,9 @@ TEST_F(SceneTest, SceneryStandsWhereItsActorsWereMoved) {
     auto* goal = dynamic_cast<Object3D*>(scene_->getSceneList()->getAt(4));
     ASSERT_TRUE(terrain && canyon && plant && goal);
     ASSERT_NE(terrain->actor, nullptr);
-    EXPECT_EQ(terrain->actor->group, 6);
-    EXPECT_EQ(canyon->actor->group, 10);
-    EXPECT_EQ(plant->actor->group, 6);
+    EXPECT_EQ(terrain->actor->group, ActorGroup::kGround);
+    EXPECT_EQ(canyon->actor->group, ActorGroup::kCanyon);
+    EXPECT_EQ(plant->actor->group, ActorGroup::kGround);
     EXPECT_EQ(terrain->actor->userData, terrain);
     EXPECT_FLOAT_EQ(terrain->actor->getGlobalPosition().x, -285.0f);
     EXPECT_FLOAT_EQ(canyon->actor->getGlobalPosition().z, -350.0f);
@@ -227,8 +227,9 @@ TEST_F(SceneTest, ARocketKillsASheepOnceAndLeavesABurst) {
     AISheep* sheep = scene_->getSheep()[2];
     const int listed = scene_->getSceneList()->count();
     const Vector3D at = sheep->controller->getActor()->getGlobalPosition();
-    sheep->dieByRocket();
-    sheep->dieByRocket(); // a second rocket contact in the same step
+    RocketContacts rules;
+    rules.sheepHit(sheep, nullptr);
+    rules.sheepHit(sheep, nullptr); // a second rocket contact in the same step
     EXPECT_EQ(scene_->getSheepCount(), 5);
     EXPECT_FALSE(sheep->alive());
     EXPECT_FALSE(sheep->visible);

@@ -6,6 +6,7 @@
 #include "Engine.h"
 #include "FBXModel.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
@@ -23,8 +24,6 @@ static constexpr unsigned kControllerGroups =
     PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
 static constexpr float kMinMoveDistance = 0.0000001f;
 static constexpr float kSharpness = 1.0f;
-// Sheep closer than this to the goal marker count towards the win.
-static constexpr float kGoalRadius = 15.0f;
 // The herder's model faces -x; this turn makes it face its heading.
 static constexpr float kHerderModelTurn = -90.0f;
 
@@ -134,7 +133,7 @@ void Object3D::checkGoal() {
     if (scene->getSheepCount() < 1) {
         engine->showResult(false);
     }
-    if (scene->sheepWithin(position, kGoalRadius) > 2) {
+    if (scene->sheepWithin(position, level::kGoalRadius) > 2) {
         engine->showResult(true);
     }
 }

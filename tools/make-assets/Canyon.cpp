@@ -242,12 +242,12 @@ static Canvas sandstone() {
 bool writeCanyon(const std::string& dir) {
     ModelFile model;
     model.nodeName = "Canyon";
-    model.textureName = "orange.tga";
+    model.textureName = level::kCanyon.texture;
     model.mesh = canyonSkin();
     model.mesh.append(canyonFloor());
     model.mesh.append(formations());
     toModelSpace(model.mesh, kCanyonPlacement);
-    return writeModel(dir, "Level01Version6.fbx", model, sandstone(), true);
+    return writeModel(dir, level::kCanyon.file, model, sandstone(), true);
 }
 
 } // namespace assets
