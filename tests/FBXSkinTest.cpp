@@ -193,14 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BlenderFrame{"Skeleton|Wiggle", "blender_279_sausage_wiggle_20.obj", 20,
                                    15}));
 
-class FBXSkinFramesTest : public TempDirTest {
-protected:
-    void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
-    }
-};
+using FBXSkinFramesTest = DataFolderTest;
 
 // The sausage's first take stands still. Baked frames are in the mesh node's own space like the
 // bind-pose arrays: Blender's Y-up world turned back into the file's Z-up mesh data.

@@ -14,12 +14,10 @@
 
 #include <cmath>
 
-class LevelFixture : public TempDirTest {
+class LevelFixture : public DataFolderTest {
 protected:
     void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
+        DataFolderTest::SetUp();
         ManualClock::install();
         engine_ = Engine::getInstance();
         engine_->physics = new PhysicsWorld();

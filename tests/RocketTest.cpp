@@ -26,15 +26,6 @@
 
 namespace {
 
-bool inRing(const List& list, const Node* node) {
-    for (int i = 0; i < list.count(); ++i) {
-        if (list.getAt(i) == node) {
-            return true;
-        }
-    }
-    return false;
-}
-
 std::vector<ParticleSystem*> burstsIn(const List& list) {
     std::vector<ParticleSystem*> bursts;
     for (int i = 0; i < list.count(); ++i) {
@@ -104,7 +95,7 @@ TEST_F(RocketPhysicsTest, RocketShotIntoTheGroundBurstsOnceOnIt) {
     run(0.5f);
     ASSERT_EQ(rocket_.actor, nullptr) << "burst within half a second";
     EXPECT_FALSE(rocket_.visible);
-    EXPECT_FALSE(inRing(list_, &rocket_));
+    EXPECT_FALSE(listed(list_, &rocket_));
     EXPECT_FALSE(hasBody(world(), &rocket_)) << "its body is released";
     run(2.0f);
     const std::vector<ParticleSystem*> bursts = burstsIn(list_);
@@ -167,11 +158,11 @@ TEST_F(RocketSceneTest, UntouchedRocketsGoAfterFiveSecondsAndNamesCountOn) {
     }
     run(4.9);
     for (Object3D* rocket : fired) {
-        EXPECT_TRUE(inRing(*scene_->getSceneList(), rocket)) << "still flying at 4.9 s";
+        EXPECT_TRUE(listed(*scene_->getSceneList(), rocket)) << "still flying at 4.9 s";
     }
     run(0.2);
     for (Object3D* rocket : fired) {
-        EXPECT_FALSE(inRing(*scene_->getSceneList(), rocket));
+        EXPECT_FALSE(listed(*scene_->getSceneList(), rocket));
     }
     EXPECT_TRUE(scene_->getRockets().empty());
     EXPECT_TRUE(burstsIn(*scene_->getSceneList()).empty()) << "no explosion";

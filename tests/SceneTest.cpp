@@ -81,8 +81,8 @@ TEST_F(SceneTest, SceneryStandsWhereItsActorsWereMoved) {
     EXPECT_EQ(canyon->actor->group, ActorGroup::kCanyon);
     EXPECT_EQ(plant->actor->group, ActorGroup::kGround);
     EXPECT_EQ(terrain->actor->userData, terrain);
-    EXPECT_FLOAT_EQ(terrain->actor->getGlobalPosition().x, -285.0f);
-    EXPECT_FLOAT_EQ(canyon->actor->getGlobalPosition().z, -350.0f);
+    EXPECT_FLOAT_EQ(terrain->actor->getGlobalPosition().x, level::kTerrainPlacement.position.x);
+    EXPECT_FLOAT_EQ(canyon->actor->getGlobalPosition().z, level::kCanyonPlacement.position.z);
     float pose[16];
     terrain->actor->getGlobalPose(pose);
     EXPECT_NEAR(pose[0], 0.0f, 1e-6f) << "turned 90 degrees about y";
@@ -225,7 +225,7 @@ TEST_F(SceneTest, SwitchesHideTheBallModelAndMarkersLogThePosition) {
 
 TEST_F(SceneTest, ARocketKillsASheepOnceAndLeavesABurst) {
     AISheep* sheep = scene_->getSheep()[2];
-    const int listed = scene_->getSceneList()->count();
+    const int members = scene_->getSceneList()->count();
     const Vector3D at = sheep->controller->getActor()->getGlobalPosition();
     RocketContacts rules;
     rules.sheepHit(sheep, nullptr);
@@ -235,15 +235,13 @@ TEST_F(SceneTest, ARocketKillsASheepOnceAndLeavesABurst) {
     EXPECT_FALSE(sheep->visible);
     EXPECT_EQ(sheep->controller, nullptr);
     EXPECT_EQ(scene_->getSheep()[2], sheep) << "dead sheep stay in the sheep list";
-    EXPECT_EQ(scene_->getSceneList()->count(), listed) << "the sheep out, one burst in";
+    EXPECT_EQ(scene_->getSceneList()->count(), members) << "the sheep out, one burst in";
     auto* burst = dynamic_cast<ParticleSystem*>(scene_->getSceneList()->head()->prev);
     ASSERT_NE(burst, nullptr);
     EXPECT_FLOAT_EQ(burst->getPosition().x, at.x);
     EXPECT_FLOAT_EQ(burst->duration, 1.0f);
     EXPECT_FLOAT_EQ(burst->emissionTime, 0.2f);
-    for (int i = 0; i < scene_->getSceneList()->count(); ++i) {
-        EXPECT_NE(scene_->getSceneList()->getAt(i), sheep);
-    }
+    EXPECT_FALSE(listed(*scene_->getSceneList(), sheep));
 }
 
 TEST_F(SceneTest, GoalMarkerWinsWithThreeSheepInReachAndLosesWithNone) {

@@ -23,15 +23,6 @@
 
 namespace {
 
-bool listed(List* list, const Node* node) {
-    for (int i = 0; i < list->count(); ++i) {
-        if (list->getAt(i) == node) {
-            return true;
-        }
-    }
-    return false;
-}
-
 long countLines(const std::vector<std::string>& lines, const std::string& text) {
     return std::count(lines.begin(), lines.end(), text);
 }
@@ -123,7 +114,7 @@ TEST_F(WolfTest, TwoRocketHitsKillAWolfInItsNextUpdateAndFreeItsSheep) {
     wolf->update(0.01f);
     EXPECT_FALSE(wolf->alive());
     EXPECT_EQ(wolf->controller, nullptr);
-    EXPECT_FALSE(listed(scene_->getSceneList(), wolf));
+    EXPECT_FALSE(listed(*scene_->getSceneList(), wolf));
     EXPECT_EQ(HUD::getInstance()->message()->getText(), "wolf wolf3 died.\n");
     const auto lines = readLines("log.txt");
     EXPECT_EQ(countLines(lines, "wolf wolf3 hit."), 2);
