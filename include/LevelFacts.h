@@ -71,6 +71,10 @@ struct Capsule {
 inline constexpr Capsule kHerderCapsule{2.0f, 0.5f};
 inline constexpr Capsule kSheepCapsule{0.5f, 1.0f};
 inline constexpr Capsule kWolfCapsule{1.0f, 2.0f};
+// A character's model is drawn this far below its capsule's centre.
+inline constexpr float kModelBelowCapsuleCentre = 0.5f;
+// The herd flag is planted this far below the herder's capsule centre.
+inline constexpr float kFlagBelowHerder = 1.0f;
 
 inline constexpr Vector3D kHerderStart{0.0f, 5.0f, 0.0f};
 // The flock: sheep i starts at (10 i - 30, 10, -20).

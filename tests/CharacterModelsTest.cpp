@@ -36,9 +36,6 @@ const CharacterCase kCharacters[] = {
     {"Wolf", &level::kWolf, &level::kWolfCapsule, 1.7f, 2.2f, {0, 0, -1}, 70.0f, true},
 };
 
-// The game draws a character this far below its capsule's centre.
-constexpr float kDrawnBelowCentre = 0.5f;
-
 void PrintTo(const CharacterCase& c, std::ostream* os) {
     *os << c.name;
 }
@@ -115,11 +112,10 @@ TEST_P(CharacterModelTest, NamesItsOwnTexture) {
 
 TEST_P(CharacterModelTest, StandsOnItsFeetInsideTheCapsule) {
     const CharacterCase& c = GetParam();
-    // The soles, in model units: where the capsule's bottom is drawn.
-    const float feet =
-        (kDrawnBelowCentre - c.capsule->height / 2.0f - c.capsule->radius) / c.asset->scale;
-    EXPECT_NEAR(low_, feet, 3.0f);
     const float scale = c.asset->scale;
+    // The soles, in model units: where the capsule's bottom is drawn.
+    const float bottom = c.capsule->height / 2.0f + c.capsule->radius;
+    EXPECT_NEAR(low_, (level::kModelBelowCapsuleCentre - bottom) / scale, 3.0f);
     const float height = (high_ - low_) * scale;
     EXPECT_GE(height, c.minHeight);
     EXPECT_LE(height, c.maxHeight);

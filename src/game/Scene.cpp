@@ -33,10 +33,9 @@ static constexpr int kSpawnSpread = 10;
 static constexpr float kSpawnBack = 20.0f;
 static constexpr float kSpawnAbove = 10.0f;
 // The herd command spreads the flock over goals rand() % kJitterSpread - kJitterBack off the
-// target; the flag stands this far below the herder's reference point.
+// target.
 static constexpr int kJitterSpread = 3;
 static constexpr float kJitterBack = 1.5f;
-static constexpr float kFlagBelow = 1.0f;
 // Rockets: the push-off force per unit of the launch direction.
 static constexpr float kRocketPush = 30.0f;
 
@@ -258,7 +257,7 @@ void Scene::herdTo(const Vector3D& target) {
         }
         node = node->next;
     } while (node != sceneList_->head() && node != nullptr);
-    flag_->setPosition(player_->getPosition() + Vector3D(0.0f, -kFlagBelow, 0.0f));
+    flag_->setPosition(player_->getPosition() + Vector3D(0.0f, -level::kFlagBelowHerder, 0.0f));
     flag_->visible = true;
 }
 

@@ -16,8 +16,6 @@
 #include <cmath>
 
 static constexpr float kPi = 3.1415927f;
-// A controller's capsule centre sits this far above the model's origin.
-static constexpr float kControllerDrawDrop = -0.5f;
 // Controller moves: walk speed factor, collision with level and controllers, minimum distance.
 static constexpr float kWalkFactor = 5.0f;
 static constexpr unsigned kControllerGroups =
@@ -162,7 +160,7 @@ void Object3D::applyTransform() {
     if (controller != nullptr) {
         controller->getActor()->getGlobalPose(pose);
         glMultMatrixf(pose);
-        glTranslatef(0.0f, kControllerDrawDrop, 0.0f);
+        glTranslatef(0.0f, -level::kModelBelowCapsuleCentre, 0.0f);
         glRotatef(rotationX, 1, 0, 0);
         glRotatef(rotationY, 0, 1, 0);
         if (type == kHerder) {

@@ -11,8 +11,10 @@ namespace assets {
 static constexpr float kSphereRadius = 100.0f;
 static constexpr int kPropTexture = 256;
 static constexpr uint32_t kSeed = 606;
-// The flag object stands 0.5 above the ground (one unit below the herder's capsule centre).
-static constexpr float kFlagGround = -0.5f;
+// Where the ground lies below the flag object: the flag is planted below the herder's capsule
+// centre, which stands half the capsule's height and its radius above the ground.
+static constexpr float kFlagGround =
+    level::kFlagBelowHerder - (level::kHerderCapsule.height / 2.0f + level::kHerderCapsule.radius);
 static constexpr float kPoleHeight = 3.0f;
 
 static void scaleMesh(AssetMesh& m, float scale) {
