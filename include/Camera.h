@@ -1,5 +1,6 @@
 // Camera: the third-person view. The renderer keeps it behind the herder every frame; the mouse
-// raises and lowers it through `height`, which is clamped whenever the view is applied.
+// raises and lowers it through `height`, which is clamped whenever the view is applied. Where the
+// ground rises behind the herder, the renderer lifts the camera so the eye never goes under it.
 #pragma once
 
 #include "Object3D.h"
@@ -10,6 +11,8 @@ public:
     static constexpr float kHeightLimit = 3.0f;
     // Eye and target are both lifted by this much above the followed point.
     static constexpr float kLift = 2.0f;
+    // The eye keeps at least this far above the ground under it.
+    static constexpr float kGroundClearance = 0.5f;
 
     // At the origin looking down -z.
     Camera();
@@ -21,6 +24,11 @@ public:
     // Clamps the height offset and issues gluLookAt; takes the place of drawing.
     void draw() override { look(); }
     void look();
+    // The eye point of the view: the position raised by the height offset and the lift.
+    Vector3D eye() const;
+    // Clamps the height offset, then raises the position so that the eye stands at least
+    // kGroundClearance above the given ground height; a lower ground changes nothing.
+    void keepAbove(float groundHeight);
     // Whether the point is in front of (or on) what has been drawn at its pixel.
     bool isVisible(const Vector3D& point) const;
 

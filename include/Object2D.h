@@ -13,9 +13,11 @@ public:
     void draw() override;
     void update(float dt) override { (void)dt; }
 
-    // Lighting off, orthographic projection of the window, identity modelview.
+    // Lighting and depth testing off, orthographic projection of the window, identity modelview.
+    // Pairs with end2D; pairs may nest.
     static void begin2D();
-    // Restores the renderer's perspective projection, identity modelview, lighting on.
+    // Restores the renderer's perspective projection, identity modelview, lighting on, and the
+    // depth testing of before the matching begin2D.
     static void end2D();
 
     int x = 0;

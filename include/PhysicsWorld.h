@@ -76,6 +76,10 @@ public:
     // The world's gravity, also added unscaled to every controller move.
     static Vector3D gravity() { return Vector3D(0.0f, -9.8f, 0.0f); }
 
+    // Height of the highest level surface (static geometry only) on the vertical line through
+    // (x, z) between the heights `top` and `bottom`; false when none lies between them.
+    bool levelHeightBelow(float x, float z, float top, float bottom, float* height) const;
+
     btDiscreteDynamicsWorld* dynamicsWorld() const { return world_.get(); }
     PhysicsDebugDrawer* getDebugRenderer() const { return debugRenderer_.get(); }
     // The reports touches go to (not owned; null: touches are dropped).

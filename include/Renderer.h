@@ -12,6 +12,7 @@
 class Camera;
 class DebugLayer;
 class HUD;
+class PhysicsWorld;
 class Scene;
 class ViewFrustum;
 
@@ -39,6 +40,10 @@ public:
     // Window size in pixels, stored by the reshape callback.
     static int windowWidth;
     static int windowHeight;
+    // The front material ambient that models are drawn with: what colour tracking leaves after
+    // start-up (white). Effects that change it put this back, so the level looks the same before
+    // and after the first explosion.
+    static constexpr GLfloat kDefaultMaterialAmbient[4] = {1.0f, 1.0f, 1.0f, 1.0f};
     // Clip distances of the projection, set by the Engine.
     static int nearClip;
     static int farClip;
@@ -51,6 +56,9 @@ public:
     DebugLayer* debugLayer = nullptr;
     // Culling volume, rebuilt from the camera every frame; created by program entry (not owned).
     ViewFrustum* frustum = nullptr;
+    // Level geometry that the camera's eye stays above; set by program entry (not owned). Without
+    // it the camera is never lifted.
+    const PhysicsWorld* ground = nullptr;
     // Number of flare elements drawn in the last frame.
     int flareElementsDrawn = 0;
 
@@ -59,6 +67,7 @@ private:
     void captureMatrices();
     void setupLight();
     void followHerder();
+    void liftOverGround();
     void renderShadowed();
     void shadowPass(bool lit);
 

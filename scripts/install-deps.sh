@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, running and testing the game need.
+# Installs the Debian packages that building, running, testing and packaging the game need.
 # Idempotent: packages already present are left alone, and apt is only asked when one is missing.
 set -euo pipefail
 
 PACKAGES=(
   cmake g++ make pkg-config
   freeglut3-dev libglew-dev libglu1-mesa-dev libgl1-mesa-dri libx11-dev
-  libbullet-dev libassimp-dev zlib1g-dev
+  libbullet-dev libassimp-dev zlib1g-dev libmeshoptimizer-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth xdotool x11-apps imagemagick valgrind
+  dpkg-dev file lintian desktop-file-utils appstream man-db
 )
 
 missing=()

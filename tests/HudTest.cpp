@@ -120,6 +120,34 @@ TEST_F(HudTest, DrawsCountersBottomLeftAndTheMessageAtItsPlace) {
     EXPECT_GT(litPixels(rgb, 1024, 20, 15, 140, 40), 50);
 }
 
+// A wall right in front of the camera, drawn before the HUD as the scene list does, must not hide
+// the text; the scene's depth testing is back on afterwards.
+TEST_F(HudTest, TextDrawsOverNearGeometryAndLeavesDepthTestingOn) {
+    openTestWindow();
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    gluPerspective(45.0, 1024.0 / 768.0, 1, 10000);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glDisable(GL_LIGHTING);
+    glColor3f(0.0f, 0.0f, 0.5f);
+    glBegin(GL_QUADS); // fills the view at 1.5 units, nearer than anything else
+    glVertex3f(-5, -5, -1.5f);
+    glVertex3f(5, -5, -1.5f);
+    glVertex3f(5, 5, -1.5f);
+    glVertex3f(-5, 5, -1.5f);
+    glEnd();
+    HUD::getInstance()->draw();
+    const auto rgb = readPixels(1024, 768);
+    EXPECT_GT(litPixels(rgb, 1024, 20, 15, 140, 40), 50) << "FPS text";
+    EXPECT_GT(litPixels(rgb, 1024, 200, 195, 280, 220), 50) << "LEVEL 1";
+    EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
+}
+
 TEST_F(HudTest, TextOutsideModeOneOrEmptyDrawsNothing) {
     openTestWindow();
     TextBitmap text(100, 100, GLUT_BITMAP_HELVETICA_18, "WWWW");

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -124,6 +126,47 @@ TEST_F(LevelContentTest, BorderHillsCloseThePlayArea) {
         EXPECT_GT(groundAt(assets::kWorldMinX + 3, z), 25.0f);
         EXPECT_GT(groundAt(assets::kWorldMaxX - 3, z), 25.0f);
     }
+}
+
+// Nobody walks off the level: spreading out from the goal over the level's top surface in steps
+// of 2 units, never climbing more than a 45 degree slope allows (plus the character's 0.5 step),
+// never reaches the outermost ring of the ground.
+TEST_F(LevelContentTest, NoWalkableWayLeadsOffTheGround) {
+    constexpr float kStep = 2.0f;
+    constexpr float kClimb = kStep * 1.0f + 0.5f; // tan 45 degrees, and the step offset
+    const int nx = static_cast<int>((assets::kWorldMaxX - assets::kWorldMinX) / kStep) + 1;
+    const int nz = static_cast<int>((assets::kWorldMaxZ - assets::kWorldMinZ) / kStep) + 1;
+    const auto xAt = [&](int i) { return std::min(assets::kWorldMinX + i * kStep, assets::kWorldMaxX - 0.1f); };
+    const auto zAt = [&](int j) { return std::min(assets::kWorldMinZ + j * kStep, assets::kWorldMaxZ - 0.1f); };
+    std::vector<float> height(static_cast<size_t>(nx) * nz);
+    for (int j = 0; j < nz; ++j) {
+        for (int i = 0; i < nx; ++i) {
+            height[static_cast<size_t>(j) * nx + i] = topAt(xAt(i), zAt(j));
+        }
+    }
+    std::vector<char> reached(height.size(), 0);
+    std::vector<std::pair<int, int>> open{{static_cast<int>(-assets::kWorldMinX / kStep),
+                                           static_cast<int>(-assets::kWorldMinZ / kStep)}};
+    reached[static_cast<size_t>(open[0].second) * nx + open[0].first] = 1;
+    int escapes = 0;
+    while (!open.empty() && escapes < 5) {
+        const auto [i, j] = open.back();
+        open.pop_back();
+        if (i == 0 || j == 0 || i == nx - 1 || j == nz - 1) {
+            ADD_FAILURE() << "walked to the edge at " << xAt(i) << ", " << zAt(j);
+            escapes += 1;
+            continue;
+        }
+        const float h = height[static_cast<size_t>(j) * nx + i];
+        for (const auto& [di, dj] : {std::pair{1, 0}, {-1, 0}, {0, 1}, {0, -1}}) {
+            const size_t next = static_cast<size_t>(j + dj) * nx + (i + di);
+            if (!reached[next] && height[next] - h < kClimb) {
+                reached[next] = 1;
+                open.push_back({i + di, j + dj});
+            }
+        }
+    }
+    EXPECT_GT(std::count(reached.begin(), reached.end(), 1), 10000) << "the meadow is open";
 }
 
 // Slope in degrees between two points of the level's top surface.

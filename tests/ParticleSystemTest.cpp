@@ -2,6 +2,7 @@
 // batch, dead particles hidden but kept, the end in the middle of the list's walk, the look of
 // the emission, and the additive drawing.
 #include "ParticleSystem.h"
+#include "Renderer.h"
 #include "Engine.h"
 #include "List.h"
 #include "Particle.h"
@@ -137,6 +138,12 @@ TEST_F(ParticleSystemTest, OverlappingParticlesAddUpAndTheStateIsRestored) {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_CULL_FACE); // as in the game: one layer of each sphere
+    Renderer renderer(nullptr); // the game's start-up material state
+    GLfloat startAmbient[4], startDiffuse[4];
+    glGetMaterialfv(GL_FRONT, GL_AMBIENT, startAmbient);
+    glGetMaterialfv(GL_FRONT, GL_DIFFUSE, startDiffuse);
+    glDisable(GL_COLOR_MATERIAL); // as every model's draw does
+    glDisable(GL_LIGHTING);
     first.draw();
     const int one = redAtCentre();
     EXPECT_NEAR(one, 128, 3) << "half alpha at birth, added to black";
@@ -148,6 +155,14 @@ TEST_F(ParticleSystemTest, OverlappingParticlesAddUpAndTheStateIsRestored) {
     EXPECT_EQ(depthWrites, GL_TRUE);
     EXPECT_FALSE(glIsEnabled(GL_BLEND));
     EXPECT_FALSE(glIsEnabled(GL_COLOR_MATERIAL));
+    // The level is drawn next with the material the sphere leaves: the one it started with.
+    GLfloat ambient[4], diffuse[4];
+    glGetMaterialfv(GL_FRONT, GL_AMBIENT, ambient);
+    glGetMaterialfv(GL_FRONT, GL_DIFFUSE, diffuse);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_FLOAT_EQ(ambient[i], startAmbient[i]) << i;
+        EXPECT_FLOAT_EQ(diffuse[i], startDiffuse[i]) << i;
+    }
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "LensFlare.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
+#include "PhysicsFixture.h"
 #include "Scene.h"
 #include "TestSupport.h"
 #include "Timer.h"
@@ -16,6 +17,7 @@
 #include <btBulletCollisionCommon.h>
 
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -68,7 +70,9 @@ TEST_F(RendererTest, ReshapeProportionsTheFrustum) {
     Renderer::windowHeight = 768;
 }
 
-TEST_F(RendererTest, CameraFollowsTheControllerCapsuleAndFrustumMatchesIt) {
+// For several headings the eye stands 5 units behind the capsule, against the normalised facing,
+// raised by the height offset and the lift; the frustum is built from the same eye and centre.
+TEST_F(RendererTest, CameraStandsBehindTheControllerCapsuleAndFrustumMatchesIt) {
     btCollisionObject body;
     btTransform t;
     t.setIdentity();
@@ -79,26 +83,82 @@ TEST_F(RendererTest, CameraFollowsTheControllerCapsuleAndFrustumMatchesIt) {
     Object3D herder;
     herder.setPosition(Vector3D(100, 100, 100)); // stale: the capsule is what counts
     herder.controller = &controller;
-    herder.setDirection(Vector3D(0, 0, -2));
     scene_->setPlayer(&herder);
-    renderer_->getCamera()->height = 1.0f;
-    renderer_->render();
-
-    const Camera* camera = renderer_->getCamera();
-    EXPECT_FLOAT_EQ(camera->target.x, 10.0f);
-    EXPECT_FLOAT_EQ(camera->position.z, -4.0f - 5.0f) << "5 units along the normalised facing";
-    ViewFrustum expected;
-    expected.setCamInternals(45.0f, 1024.0f / 768.0f, 1.0f, 10000.0f);
-    expected.setCamDef(Vector3D(10, 3 + 1 + 2, -9), Vector3D(10, 3 + 2, -4), Vector3D(0, 1, 0));
-    for (int i = 0; i < 6; ++i) {
-        EXPECT_NEAR(frustum_.planes[i].d, expected.planes[i].d, 1e-3f) << i;
-        EXPECT_NEAR(frustum_.planes[i].normal.z, expected.planes[i].normal.z, 1e-5f) << i;
+    const Vector3D target(10, 3, -4);
+    const Vector3D facings[] = {{0, 0, -2}, {3, 0, 0}, {-1, 0, 1}, {0.2f, 0, 0.9f}};
+    for (const Vector3D& facing : facings) {
+        herder.setDirection(facing);
+        renderer_->getCamera()->height = 1.0f;
+        renderer_->render();
+        const Camera* camera = renderer_->getCamera();
+        const float length = std::sqrt(Vector3D::dot(facing, facing));
+        const Vector3D eye(10 - 5 * facing.x / length, 3 + 1 + 2, -4 - 5 * facing.z / length);
+        EXPECT_FLOAT_EQ(camera->target.x, target.x);
+        EXPECT_NEAR(camera->eye().x, eye.x, 1e-4f) << facing.x << "," << facing.z;
+        EXPECT_NEAR(camera->eye().y, eye.y, 1e-4f);
+        EXPECT_NEAR(camera->eye().z, eye.z, 1e-4f) << facing.x << "," << facing.z;
+        ViewFrustum expected;
+        expected.setCamInternals(45.0f, 1024.0f / 768.0f, 1.0f, 10000.0f);
+        expected.setCamDef(eye, Vector3D(10, 3 + 2, -4), Vector3D(0, 1, 0));
+        for (int i = 0; i < 6; ++i) {
+            EXPECT_NEAR(frustum_.planes[i].d, expected.planes[i].d, 1e-3f) << i;
+            EXPECT_NEAR(frustum_.planes[i].normal.x, expected.planes[i].normal.x, 1e-5f) << i;
+            EXPECT_NEAR(frustum_.planes[i].normal.z, expected.planes[i].normal.z, 1e-5f) << i;
+        }
     }
 }
 
-// A herder at the origin whose camera looks towards (or away from) the light.
+// A herder on a 40 degree slope facing downhill: the ground behind him rises above where the eye
+// would be when he looks up, and the camera is lifted to stay above it. Facing uphill, the ground
+// behind falls away and the camera stays where it would be.
+class CameraOverGroundTest : public PhysicsFixture {
+protected:
+    void SetUp() override {
+        PhysicsFixture::SetUp();
+        openTestWindow();
+        renderer_ = std::make_unique<Renderer>(&scene_);
+        renderer_->ground = &world();
+        renderer_->reshape();
+        addRamp(kDegrees, 100.0f);
+        herder_.setPosition(Vector3D(0, 1.5f, 0));
+        scene_.setPlayer(&herder_);
+    }
+    static float rampHeight(float x) { return x * std::tan(kDegrees * 3.1415927f / 180.0f); }
+
+    static constexpr float kDegrees = 40.0f;
+    Scene scene_;
+    Object3D herder_;
+    std::unique_ptr<Renderer> renderer_;
+};
+
+TEST_F(CameraOverGroundTest, EyeStaysAboveTheSlopeBehindTheHerder) {
+    struct Case {
+        float facingX, height;
+        bool lifted;
+    };
+    const Case cases[] = {{-1, -3, true}, {-1, 0, true}, {-1, 3, false}, {1, -3, false}};
+    for (const Case& c : cases) {
+        herder_.setDirection(Vector3D(c.facingX, 0, 0));
+        Camera* camera = renderer_->getCamera();
+        camera->height = c.height;
+        renderer_->render();
+        const Vector3D eye = camera->eye();
+        const float unlifted = 1.5f + c.height + Camera::kLift;
+        EXPECT_NEAR(eye.x, -5.0f * c.facingX, 1e-4f);
+        EXPECT_GE(eye.y, rampHeight(eye.x) + Camera::kGroundClearance - 1e-3f)
+            << "facing " << c.facingX << ", height " << c.height;
+        if (c.lifted) {
+            EXPECT_NEAR(eye.y, rampHeight(eye.x) + Camera::kGroundClearance, 0.05f);
+        } else {
+            EXPECT_FLOAT_EQ(eye.y, unlifted);
+        }
+    }
+}
+
+// A herder at the origin facing the light (or turning his back on it), with the camera behind
+// him looking the same way.
 void faceLight(Scene& scene, Object3D& herder, bool towards) {
-    const float s = towards ? -1.0f : 1.0f;
+    const float s = towards ? 1.0f : -1.0f;
     herder.setDirection(Vector3D(s * std::sqrt(0.5f), 0, s * std::sqrt(0.5f)));
     scene.setPlayer(&herder);
 }
@@ -108,6 +168,20 @@ TEST_F(RendererTest, LensFlareOnlyWhileTheLightIsInView) {
     faceLight(*scene_, herder, true);
     renderer_->render();
     EXPECT_EQ(renderer_->flareElementsDrawn, 16);
+    // The level is drawn next frame with the material and colour the frame leaves behind: the
+    // same whether the flare was drawn or not.
+    const auto materialAfterFrame = [&](bool towards) {
+        faceLight(*scene_, herder, towards);
+        renderer_->render();
+        std::vector<GLfloat> state(20);
+        glGetMaterialfv(GL_FRONT, GL_AMBIENT, &state[0]);
+        glGetMaterialfv(GL_FRONT, GL_DIFFUSE, &state[4]);
+        glGetMaterialfv(GL_BACK, GL_AMBIENT, &state[8]);
+        glGetMaterialfv(GL_BACK, GL_DIFFUSE, &state[12]);
+        glGetFloatv(GL_CURRENT_COLOR, &state[16]);
+        return state;
+    };
+    EXPECT_EQ(materialAfterFrame(true), materialAfterFrame(false));
     faceLight(*scene_, herder, false);
     renderer_->render();
     EXPECT_EQ(renderer_->flareElementsDrawn, 0);

@@ -12,6 +12,7 @@
 #include "Renderer.h"
 #include "Scene.h"
 #include "SettingsFile.h"
+#include "SwapControl.h"
 #include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
@@ -95,6 +96,7 @@ int Program::run(int argc, char** argv) {
     const std::string mode = settings->getString("G_GAMEMODESTRING");
     Logfile::getInstance()->write(mode);
     openDisplay(mode.c_str());
+    SwapControl::enable();
     glutIgnoreKeyRepeat(1);
     registerInput();
     Logfile::getInstance()->traceGlError("main 1");
@@ -107,6 +109,7 @@ int Program::run(int argc, char** argv) {
     engine->renderer = new Renderer(scene);
     engine->renderer->debugLayer = engine->physics->getDebugRenderer();
     engine->renderer->frustum = new ViewFrustum();
+    engine->renderer->ground = engine->physics;
     scene->prepare();
     engine->setSettings(settings);
     engine->readSettings();

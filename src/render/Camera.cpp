@@ -32,8 +32,20 @@ Camera::Camera(const Vector3D& t, const Vector3D& p) : Camera() {
 
 void Camera::look() {
     height = std::clamp(height, -kHeightLimit, kHeightLimit);
-    gluLookAt(position.x, position.y + height + kLift, position.z, target.x, target.y + kLift,
-              target.z, up.x, up.y, up.z);
+    const Vector3D e = eye();
+    gluLookAt(e.x, e.y, e.z, target.x, target.y + kLift, target.z, up.x, up.y, up.z);
+}
+
+Vector3D Camera::eye() const {
+    return Vector3D(position.x, position.y + height + kLift, position.z);
+}
+
+void Camera::keepAbove(float groundHeight) {
+    height = std::clamp(height, -kHeightLimit, kHeightLimit);
+    const float shortfall = groundHeight + kGroundClearance - eye().y;
+    if (shortfall > 0.0f) {
+        position.y += shortfall;
+    }
 }
 
 bool Camera::isVisible(const Vector3D& point) const {

@@ -11,6 +11,7 @@
 #include "List.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
+#include "PhysicsWorld.h"
 #include "Scene.h"
 #include "ViewFrustum.h"
 
@@ -31,6 +32,9 @@ static constexpr float kShininess = 16.0f;
 static constexpr float kFieldOfView = 45.0f;
 // The camera follows this far behind the herder.
 static constexpr float kFollowDistance = 5.0f;
+// How far above the herder the ground under the camera is looked for: more than the ground can
+// rise over the follow distance on a walkable slope, less than the roofs of the power plant.
+static constexpr float kGroundProbeAbove = 10.0f;
 // Switches the three-pass shadow-mapped frame on in place of the live frame.
 static constexpr bool kShadowFrame = false;
 
@@ -149,7 +153,8 @@ void Renderer::setupLight() {
 }
 
 // The camera behind the herder (at its controller's capsule when it has one), looking at it,
-// and the frustum rebuilt with the same eye and target.
+// lifted where the ground behind him would hide the eye, and the frustum rebuilt with the same
+// eye and target.
 void Renderer::followHerder() {
     Object3D* herder = scene_ != nullptr ? scene_->getPlayer() : nullptr;
     if (herder == nullptr) {
@@ -159,19 +164,32 @@ void Renderer::followHerder() {
                                 ? herder->controller->getActor()->getGlobalPosition()
                                 : herder->position;
     camera_->target = target;
-    Vector3D behind = herder->direction;
-    const float length = std::sqrt(Vector3D::dot(behind, behind));
+    Vector3D facing = herder->direction;
+    const float length = std::sqrt(Vector3D::dot(facing, facing));
     if (length > 0.0f) {
-        behind *= 1.0f / length;
+        facing *= 1.0f / length;
     }
-    camera_->setPosition(target + behind * kFollowDistance);
+    camera_->setPosition(target + facing * -kFollowDistance);
     camera_->up = herder->up;
+    liftOverGround();
     camera_->draw();
     if (frustum != nullptr) {
-        const Vector3D& p = camera_->position;
-        const Vector3D eye(p.x, p.y + camera_->height + Camera::kLift, p.z);
         const Vector3D centre(target.x, target.y + Camera::kLift, target.z);
-        frustum->setCamDef(eye, centre, camera_->up);
+        frustum->setCamDef(camera_->eye(), centre, camera_->up);
+    }
+}
+
+// The ground is probed from well above the herder down to just below the eye: on a slope behind
+// him it can rise above the eye, and then the camera goes up with it.
+void Renderer::liftOverGround() {
+    if (ground == nullptr) {
+        return;
+    }
+    const Vector3D eye = camera_->eye();
+    const float top = camera_->target.y + kGroundProbeAbove;
+    float height = 0.0f;
+    if (ground->levelHeightBelow(eye.x, eye.z, top, eye.y - Camera::kGroundClearance, &height)) {
+        camera_->keepAbove(height);
     }
 }
 

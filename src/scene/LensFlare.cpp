@@ -3,6 +3,8 @@
 #include "LensFlare.h"
 
 #include "Camera.h"
+#include "Renderer.h"
+#include "SphereList.h"
 #include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
@@ -16,8 +18,6 @@ static constexpr float kHalo1Scale = 1.0f;
 static constexpr float kHalo2Scale = 0.6f;
 // The flare reaches this fraction of the way from the light to the eye.
 static constexpr float kReach = 0.5f;
-// The material ambient restored after each glow sphere.
-static const GLfloat kDefaultAmbient[4] = {0.2f, 0.2f, 0.2f, 1.0f};
 
 const LensFlare::Element LensFlare::kElements[16] = {
     {-1.0f, Kind::Halo1, 0.6f, 0.6f, 0.8f, 0.02f, 16.0f},
@@ -46,8 +46,8 @@ void LensFlare::drawGlowSphere(float r, float g, float b, float a, float x, floa
     const GLfloat colour[4] = {r * 1.5f, g * 1.3f, b * 0.6f, a * 0.3f};
     glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, colour);
     glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, colour);
-    glutSolidSphere(size * kGlowScale, 48, 48);
-    glMaterialfv(GL_FRONT, GL_AMBIENT, kDefaultAmbient);
+    SphereList::draw(size * kGlowScale, 48, 48);
+    glMaterialfv(GL_FRONT, GL_AMBIENT, Renderer::kDefaultMaterialAmbient);
     glPopMatrix();
 }
 
@@ -57,7 +57,7 @@ static void drawFlat(const LensFlare::Element& e, const Vector3D& at, float scal
     glPushMatrix();
     glTranslatef(at.x, at.y, at.z);
     glColor4f(e.r, e.g, e.b, e.a);
-    glutSolidSphere(e.size * scale, 8, 8);
+    SphereList::draw(e.size * scale, 8, 8);
     glPopMatrix();
     glEnable(GL_LIGHTING);
 }
@@ -82,6 +82,10 @@ int LensFlare::drawFlare(const Vector3D& light, const Camera& camera, const View
     const Vector3D span(eye.x - lifted.x, eye.y - lifted.y, eye.z - lifted.z);
     const float length = std::sqrt(Vector3D::dot(span, span)) * kReach;
 
+    // The glows set material colours of their own and the flat elements the current colour; the
+    // level is drawn with both next frame, and left as the flare leaves them they darkened the
+    // whole level whenever the sun was in view.
+    glPushAttrib(GL_LIGHTING_BIT | GL_CURRENT_BIT);
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE);
     glDepthMask(GL_FALSE);
@@ -106,5 +110,6 @@ int LensFlare::drawFlare(const Vector3D& light, const Camera& camera, const View
     }
     glDepthMask(GL_TRUE);
     glDisable(GL_BLEND);
+    glPopAttrib();
     return drawn;
 }

@@ -1,4 +1,7 @@
 // 2D overlay base: raster positioning and the orthographic bracket used by all screen text.
+// Text is drawn with depth testing off: the HUD is a member of the scene list, and a sheep or the
+// herder's head close to the camera would otherwise hide it. The bracket nests (the HUD's draw
+// holds its texts' draws), so the depth state is saved on GL's attribute stack.
 #include "Object2D.h"
 
 #include "Renderer.h"
@@ -11,6 +14,8 @@ void Object2D::draw() {
 }
 
 void Object2D::begin2D() {
+    glPushAttrib(GL_DEPTH_BUFFER_BIT);
+    glDisable(GL_DEPTH_TEST);
     glDisable(GL_LIGHTING);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
@@ -26,4 +31,5 @@ void Object2D::end2D() {
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
     glEnable(GL_LIGHTING);
+    glPopAttrib();
 }

@@ -5,6 +5,8 @@
 #include "Node.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
+#include "Renderer.h"
+#include "SphereList.h"
 
 #include <GL/freeglut.h>
 
@@ -17,8 +19,6 @@ static constexpr float kCullRadius = 2.0f;
 static constexpr float kBirthAlpha = 0.5f;
 static constexpr int kSlices = 12;
 static constexpr int kStacks = 8;
-// The material ambient that everything else is drawn with, restored after the sphere.
-static const GLfloat kDefaultAmbient[4] = {0.2f, 0.2f, 0.2f, 1.0f};
 
 Particle::Particle(const Vector3D& position, float lifetime, const Vector3D& initialVelocity,
                    float size, const Vector3D& colour)
@@ -60,10 +60,10 @@ void Particle::draw() {
     glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
     glColor4f(sphereColour.x, sphereColour.y, sphereColour.z,
               kBirthAlpha - (age / lifetime) / 2.0f);
-    glutSolidSphere(size, kSlices, kStacks);
+    SphereList::draw(size, kSlices, kStacks);
     glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     glDisable(GL_COLOR_MATERIAL);
-    glMaterialfv(GL_FRONT, GL_AMBIENT, kDefaultAmbient);
+    glMaterialfv(GL_FRONT, GL_AMBIENT, Renderer::kDefaultMaterialAmbient);
     glDisable(GL_BLEND);
     glDepthMask(GL_TRUE);
 }

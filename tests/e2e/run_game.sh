@@ -188,14 +188,19 @@ if [ "$scenario" = walk ]; then
     [ "$(differ start walked)" -gt 20000 ] || fail "walking and turning did not change the view"
     [ "$(differ walked wireframe)" -gt 20000 ] || fail "F3 did not switch to wireframe"
     [ "$(differ walked debug)" -gt 2000 ] || fail "F9 drew no physics lines"
-    # Sky on top (red), ground below (green), the herder in the middle of the bottom half.
+    # Sky on top (red), ground below (green), the herder seen from behind in the middle of the
+    # bottom half: his blue sleeves either side of his brown back.
     mean() { convert start.png -crop "$1" -resize 1x1! -format "%[fx:int(255*r)] %[fx:int(255*g)] %[fx:int(255*b)]" info:; }
     read -r r g b <<<"$(mean 1024x100+0+0)"
     [ "$r" -gt $((g + 40)) ] || fail "no red sky at the top ($r $g $b)"
     read -r r g b <<<"$(mean 300x60+0+650)"
     [ "$g" -gt "$b" ] || fail "no green ground at the bottom left ($r $g $b)"
-    read -r r g b <<<"$(mean 80x150+472+560)"
-    [ "$b" -gt "$g" ] || fail "no herder (blue shirt) in the middle ($r $g $b)"
+    for sleeve in 20x100+442+600 20x100+562+600; do
+        read -r r g b <<<"$(mean $sleeve)"
+        [ "$b" -gt $((r + 30)) ] || fail "no herder's blue sleeve at $sleeve ($r $g $b)"
+    done
+    read -r r g b <<<"$(mean 60x100+482+600)"
+    [ "$r" -gt $((b + 30)) ] || fail "no herder's brown back in the middle ($r $g $b)"
 fi
 if [ "$scenario" = play ]; then
     grep -q '^vector/' log.txt || fail "no vector/ line after m"

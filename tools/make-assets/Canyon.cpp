@@ -5,6 +5,7 @@
 #include "Canvas.h"
 #include "FbxExport.h"
 #include "LevelGround.h"
+#include "MeshSimplify.h"
 #include "Models.h"
 
 #include <algorithm>
@@ -14,10 +15,15 @@
 namespace assets {
 
 static constexpr float kSkinCell = 1.25f;
+// The sampled skin and rocks are simplified towards this many triangles, moving the surface no
+// further than this (world units); the sand much less, since it lies only a little above the
+// terrain's own floor and the grass must not come through.
+static constexpr SimplifyBudget kRockBudget{5000, 0.3f};
+static constexpr SimplifyBudget kFloorBudget{600, 0.04f};
 static constexpr float kFloorCell = 2.0f;
 // The sand layer on the floor: how far above the terrain it lies, how wide it is, and the band
 // of the sandstone texture it takes its colour from.
-static constexpr float kSandDepth = 0.12f;
+static constexpr float kSandDepth = 0.3f;
 static constexpr float kSandHalfWidth = 7.5f;
 // How far the skin sinks below the ground where it ends.
 static constexpr float kSink = 2.0f;
@@ -31,12 +37,13 @@ static constexpr float kDenFadeLength = 12.0f;
 static constexpr uint32_t kRockSeed = 303;
 static constexpr int kTextureWidth = 512;
 static constexpr int kTextureHeight = 1024;
-// The texture's lower part is the rock: its rows are world heights from kRockLow to kRockHigh, so
-// the strata lie level through the whole canyon; along the path it repeats every 12 units. Its top
-// rows are sand for the floor, mapped across the floor's width.
+// The texture's lower part is the rock: its rows are distances over the skin's surface, measured
+// across the canyon from the foot of the wall, so the strata follow the walls and the rock keeps
+// its texel size on steep faces and flat rims alike; along the path it repeats every 12 units.
+// Its top rows are sand for the floor, mapped across the floor's width.
 static constexpr float kUPerUnit = 1.0f / 12.0f;
-static constexpr float kRockLow = -22.0f;
-static constexpr float kRockHigh = 16.0f;
+static constexpr float kRockArc = 32.0f;
+static constexpr float kArcStep = 0.25f;
 static constexpr float kRockTop = 0.86f;
 static constexpr float kSandBottom = 0.89f;
 static constexpr float kSandTop = 0.99f;
@@ -68,16 +75,42 @@ static float skinHeight(float x, float z) {
     return ground - kSink + (bump + kSink) * fade;
 }
 
-// The texture row of the rock at world height y.
-static float rockRow(float y) {
-    return kRockTop * std::clamp((y - kRockLow) / (kRockHigh - kRockLow), 0.0f, 1.0f);
+static void pathAt(float s, aiVector3D* point, aiVector3D* tangent);
+
+// Distance over the skin from the foot of the wall to (x, z), straight out from the path.
+static float profileArc(float x, float z, const PathPoint& p) {
+    aiVector3D foot, tangent;
+    pathAt(p.along, &foot, &tangent);
+    aiVector3D out(x - foot.x, 0.0f, z - foot.z);
+    const float d = out.Length();
+    const float start = kCanyonTrench.floorHalfWidth - 2.6f;
+    if (d <= start) {
+        return 0.0f;
+    }
+    out /= d;
+    float arc = 0.0f;
+    float t = start;
+    float h = skinHeight(foot.x + out.x * t, foot.z + out.z * t);
+    while (t < d) {
+        const float next = std::min(d, t + kArcStep);
+        const float nextH = skinHeight(foot.x + out.x * next, foot.z + out.z * next);
+        arc += std::hypot(next - t, nextH - h);
+        t = next;
+        h = nextH;
+    }
+    return arc;
+}
+
+// The texture row of the rock at this distance over the skin.
+static float rockRow(float arc) {
+    return kRockTop * std::clamp(arc / kRockArc, 0.0f, 1.0f);
 }
 
 // A height grid over the part of the canyon's box where `keep` accepts a cell corner; uv maps a
 // world point and its height to texture coordinates.
 using HeightFn = float (*)(float, float);
 using KeepFn = bool (*)(const PathPoint&);
-using UvFn = aiVector2D (*)(const PathPoint&, float);
+using UvFn = aiVector2D (*)(float, float, const PathPoint&);
 
 static AssetMesh canyonGrid(float cell, HeightFn height, KeepFn keep, UvFn uvOf) {
     const float x0 = -225.0f, x1 = -20.0f, z0 = -45.0f, z1 = 75.0f;
@@ -98,7 +131,7 @@ static AssetMesh canyonGrid(float cell, HeightFn height, KeepFn keep, UvFn uvOf)
         const float gz = (height(q.x, q.y + e) - height(q.x, q.y - e)) / (2 * e);
         const float y = height(q.x, q.y);
         const uint32_t v = m.addVertex(aiVector3D(q.x, y, q.y), aiVector3D(-gx, 1, -gz),
-                                       uvOf(closestOnCanyon(q.x, q.y), y));
+                                       uvOf(q.x, q.y, closestOnCanyon(q.x, q.y)));
         index.emplace(std::make_pair(i, j), v);
         return v;
     };
@@ -128,8 +161,9 @@ static AssetMesh canyonSkin() {
             const float f = kCanyonTrench.floorHalfWidth, s = kCanyonTrench.sideWidth;
             return p.distance > f - 2.6f && p.distance < f + s + 5.0f;
         },
-        [](const PathPoint& p, float y) {
-            return aiVector2D((p.along + p.distance * 0.6f) * kUPerUnit, rockRow(y));
+        [](float x, float z, const PathPoint& p) {
+            return aiVector2D((p.along + p.distance * 0.6f) * kUPerUnit,
+                              rockRow(profileArc(x, z, p)));
         });
 }
 
@@ -142,8 +176,14 @@ static AssetMesh canyonFloor() {
             return p.floor + kSandDepth - kSink * smoothstep((p.distance - kSandHalfWidth) / 2.0f);
         },
         [](const PathPoint& p) { return p.distance < kSandHalfWidth; },
-        [](const PathPoint& p, float) {
-            const float across = std::min(1.0f, p.distance / kSandHalfWidth);
+        [](float x, float z, const PathPoint& p) {
+            // Across the floor from one side to the other, so the sand is not mirrored about
+            // the path into a diamond pattern.
+            aiVector3D foot, tangent;
+            pathAt(p.along, &foot, &tangent);
+            const float side = tangent.x * (z - foot.z) - tangent.z * (x - foot.x) < 0.0f ? -1.0f : 1.0f;
+            const float across =
+                0.5f + 0.5f * std::clamp(side * p.distance / kSandHalfWidth, -1.0f, 1.0f);
             return aiVector2D(p.along * kUPerUnit, kSandBottom + (kSandTop - kSandBottom) * across);
         });
 }
@@ -215,24 +255,24 @@ static AssetMesh formations() {
 // Sandstone in level strata, from rust red to pale orange, weathered by noise; sand on top.
 static Canvas sandstone() {
     Canvas c(kTextureWidth, kTextureHeight);
-    const Rgb deep{0.55f, 0.22f, 0.09f}, mid{0.80f, 0.42f, 0.16f}, pale{0.93f, 0.68f, 0.40f};
+    const Rgb deep{0.66f, 0.32f, 0.14f}, mid{0.86f, 0.50f, 0.22f}, pale{0.95f, 0.74f, 0.48f};
     const int rockRows = static_cast<int>(kRockTop * kTextureHeight);
     const float s = 8.0f / kTextureWidth;
     c.paint(0, 0, kTextureWidth, rockRows + 8, [&](int x, int y) {
-        const float worldY = kRockLow + (kRockHigh - kRockLow) * static_cast<float>(y) / rockRows;
+        const float arc = kRockArc * static_cast<float>(y) / rockRows;
         const float warp = fractalNoise(x * s, y * s * 0.5f, 8, 3, kRockSeed + 1);
-        const float strata = 0.5f + 0.5f * std::sin(worldY * 1.9f + warp * 4.0f);
+        const float strata = 0.5f + 0.5f * std::sin(arc * 1.9f + warp * 4.0f);
         const float grain = hash01(x, y, kRockSeed + 2);
         const float blotch = fractalNoise(x * s * 2, y * s, 16, 4, kRockSeed + 3);
         Rgb r = mix(deep, mid, strata);
         r = mix(r, pale, std::max(0.0f, blotch - 0.55f) * 2.2f);
         return mix(r, Rgb{r.r * 0.8f, r.g * 0.8f, r.b * 0.8f}, grain * 0.5f);
     });
-    // Sand: 43 texels per unit along the path but only about 3 across, so its noise is squeezed
-    // across to look even on the ground.
+    // Sand: 43 texels per unit along the path but only about 7 across the floor's 15 units, so
+    // its noise is squeezed across to look even on the ground.
     const Rgb sandDark{0.72f, 0.50f, 0.30f}, sandLight{0.88f, 0.70f, 0.48f};
     c.paint(0, rockRows + 8, kTextureWidth, kTextureHeight, [&](int x, int y) {
-        const float n = fractalNoise(x * s * 2.0f, y * s * 26.0f, 16, 4, kRockSeed + 4);
+        const float n = fractalNoise(x * s * 2.0f, y * s * 13.0f, 16, 4, kRockSeed + 4);
         const float pebble = hash01(x / 3, y, kRockSeed + 5) > 0.93f ? 0.25f : 0.0f;
         return mix(mix(sandDark, sandLight, n), Rgb{0.45f, 0.32f, 0.22f}, pebble);
     });
@@ -240,12 +280,20 @@ static Canvas sandstone() {
 }
 
 bool writeCanyon(const std::string& dir) {
+    return writeCanyon(dir, Detail::kShipped);
+}
+
+bool writeCanyon(const std::string& dir, Detail detail) {
     ModelFile model;
     model.nodeName = "Canyon";
     model.textureName = level::kCanyon.texture;
     model.mesh = canyonSkin();
-    model.mesh.append(canyonFloor());
     model.mesh.append(formations());
+    const std::string name = level::kCanyon.file;
+    simplifyFor(model.mesh, detail, kRockBudget, (name + " (rock)").c_str());
+    AssetMesh floor = canyonFloor();
+    simplifyFor(floor, detail, kFloorBudget, (name + " (sand)").c_str());
+    model.mesh.append(floor);
     toModelSpace(model.mesh, kCanyonPlacement);
     return writeModel(dir, level::kCanyon.file, model, sandstone(), true);
 }

@@ -22,6 +22,10 @@ static constexpr float kPlateauFalloff = 70.0f;
 static constexpr float kHillHeight = 38.0f;
 static constexpr float kHillWidth = 40.0f;
 static constexpr float kCliffWidth = 9.0f;
+// A rim along the very edge, too steep to climb anywhere (over 70 degrees): the hills alone leave
+// walkable ways up where their noise dips.
+static constexpr float kRimWidth = 6.0f;
+static constexpr float kRimHeight = 16.0f;
 
 float smoothstep(float t) {
     t = std::clamp(t, 0.0f, 1.0f);
@@ -51,6 +55,7 @@ float surfaceHeight(float x, float z) {
     const float hill = std::max(smoothstep((kHillWidth - edge) / kHillWidth) * (1.0f - plateau),
                                 smoothstep((kCliffWidth - edge) / kCliffWidth));
     h += hill * (kHillHeight + 8.0f * noise(z, x, kGroundSeed + 1));
+    h += kRimHeight * std::clamp((kRimWidth - edge) / kRimWidth, 0.0f, 1.0f);
     return h;
 }
 

@@ -4,17 +4,22 @@
 #pragma once
 
 #include "LevelFacts.h"
+#include "MeshSimplify.h"
 
 #include <string>
 
 namespace assets {
 
-// The whole playable ground.
+// The whole playable ground, simplified as shipped.
 bool writeTerrain(const std::string& dir);
+// The same at the given detail.
+bool writeTerrain(const std::string& dir, Detail detail);
 // The terrain preset the level does not load.
 bool writeTerrainPreset(const std::string& dir);
-// The rock walls along the canyon trench.
+// The rock walls along the canyon trench, simplified as shipped.
 bool writeCanyon(const std::string& dir);
+// The same at the given detail.
+bool writeCanyon(const std::string& dir, Detail detail);
 // Tanks, pipes, chimney and fence of the power plant.
 bool writePowerPlant(const std::string& dir);
 // The dome seen from inside.

@@ -1,0 +1,117 @@
+# Installation in Debian's games layout and the .deb package built from it.
+#   <prefix>/games/herder             the launcher: runs the game in the player's own folder
+#   <prefix>/lib/games/herder/herder  the game program
+#   <prefix>/share/games/herder       the generated content and the default settings.ini
+# plus the menu entry, icons rendered from our sheep model, AppStream metadata, the manual page
+# and the package's copyright and changelog. The launcher finds program and data relative to
+# itself, so any prefix works: `cmake --install` defaults to /usr/local, the package uses /usr.
+
+set(HERDER_VERSION 0.1.0)
+set(HERDER_RELEASE_DATE 2026-11-23)
+set(HERDER_MAINTAINER "The Herder developers <herder@example.org>")
+set(HERDER_HOMEPAGE "https://herder.example.org/" CACHE STRING "Home page named in the package")
+set(HERDER_SCREENSHOT_URL "${HERDER_HOMEPAGE}play.png" CACHE STRING
+    "Where software centres fetch the picture of play (docs/play.png)")
+set(HERDER_APPSTREAM_ID org.example.herder)
+
+set(HERDER_INSTALL_BINDIR games)
+set(HERDER_INSTALL_GAMEDIR lib/games/herder)
+set(HERDER_INSTALL_DATADIR share/games/herder)
+set(HERDER_INSTALL_DOCDIR share/doc/herder)
+set(HERDER_ICON_SIZES 16 24 32 48 64 128 256)
+
+set(HERDER_PACKAGING_SOURCE ${CMAKE_SOURCE_DIR}/packaging)
+set(HERDER_PACKAGING_OUT ${CMAKE_BINARY_DIR}/packaging)
+
+# The launcher's way from its own folder to the program and the data.
+file(RELATIVE_PATH HERDER_LAUNCHER_TO_GAME /prefix/${HERDER_INSTALL_BINDIR}
+     /prefix/${HERDER_INSTALL_GAMEDIR})
+file(RELATIVE_PATH HERDER_LAUNCHER_TO_DATA /prefix/${HERDER_INSTALL_BINDIR}
+     /prefix/${HERDER_INSTALL_DATADIR})
+execute_process(COMMAND date -R -u -d "${HERDER_RELEASE_DATE} 12:00"
+                OUTPUT_VARIABLE HERDER_CHANGELOG_DATE OUTPUT_STRIP_TRAILING_WHITESPACE
+                COMMAND_ERROR_IS_FATAL ANY)
+
+configure_file(${HERDER_PACKAGING_SOURCE}/herder.in ${HERDER_PACKAGING_OUT}/herder @ONLY)
+configure_file(${HERDER_PACKAGING_SOURCE}/herder.metainfo.xml.in
+               ${HERDER_PACKAGING_OUT}/${HERDER_APPSTREAM_ID}.metainfo.xml @ONLY)
+configure_file(${HERDER_PACKAGING_SOURCE}/herder.6.in ${HERDER_PACKAGING_OUT}/herder.6 @ONLY)
+configure_file(${HERDER_PACKAGING_SOURCE}/changelog.in ${HERDER_PACKAGING_OUT}/changelog @ONLY)
+# Manual page and changelog go compressed, as Debian ships them (-n: no time stamp inside).
+foreach(text herder.6 changelog)
+    execute_process(COMMAND gzip -9 -n -c ${HERDER_PACKAGING_OUT}/${text}
+                    OUTPUT_FILE ${HERDER_PACKAGING_OUT}/${text}.gz COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+
+# The icons: the sheep model drawn by the model viewer, once per size.
+set(HERDER_ICON_DIR ${HERDER_PACKAGING_OUT}/icons)
+set(HERDER_ICON_FILES ${HERDER_ICON_SIZES})
+list(TRANSFORM HERDER_ICON_FILES PREPEND ${HERDER_ICON_DIR}/)
+list(TRANSFORM HERDER_ICON_FILES APPEND .png)
+# In the sanitizer build the viewer would fail the build on the GL driver's allocations at exit.
+add_custom_command(
+    OUTPUT ${HERDER_ICON_FILES}
+    COMMAND ${CMAKE_COMMAND} -E env ASAN_OPTIONS=detect_leaks=0
+            ${HERDER_PACKAGING_SOURCE}/make-icons.sh $<TARGET_FILE:model-viewer> ${HERDER_DATA_DIR}
+            ${HERDER_ICON_DIR} ${HERDER_ICON_SIZES}
+    DEPENDS model-viewer ${HERDER_DATA_DIR}/.stamp ${HERDER_PACKAGING_SOURCE}/make-icons.sh
+    COMMENT "Rendering the icons from the sheep model")
+add_custom_target(icons ALL DEPENDS ${HERDER_ICON_FILES})
+add_dependencies(icons assets)
+
+install(TARGETS herder RUNTIME DESTINATION ${HERDER_INSTALL_GAMEDIR})
+install(PROGRAMS ${HERDER_PACKAGING_OUT}/herder DESTINATION ${HERDER_INSTALL_BINDIR})
+install(DIRECTORY ${HERDER_DATA_DIR}/ DESTINATION ${HERDER_INSTALL_DATADIR}
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+        PATTERN .stamp EXCLUDE)
+install(FILES ${HERDER_PACKAGING_SOURCE}/herder.desktop DESTINATION share/applications)
+install(FILES ${HERDER_PACKAGING_OUT}/${HERDER_APPSTREAM_ID}.metainfo.xml
+        DESTINATION share/metainfo)
+foreach(size ${HERDER_ICON_SIZES})
+    install(FILES ${HERDER_ICON_DIR}/${size}.png RENAME herder.png
+            DESTINATION share/icons/hicolor/${size}x${size}/apps)
+endforeach()
+install(FILES ${HERDER_PACKAGING_OUT}/herder.6.gz DESTINATION share/man/man6)
+install(FILES ${HERDER_PACKAGING_SOURCE}/copyright ${HERDER_PACKAGING_OUT}/changelog.gz
+        DESTINATION ${HERDER_INSTALL_DOCDIR})
+
+# The package: `cmake --build build --target package` writes build/herder_<version>_<arch>.deb.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME herder)
+set(CPACK_PACKAGE_VERSION ${HERDER_VERSION})
+set(CPACK_PACKAGE_VENDOR "The Herder developers")
+set(CPACK_PACKAGE_CONTACT ${HERDER_MAINTAINER})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION games)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${HERDER_HOMEPAGE})
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${HERDER_MAINTAINER})
+# Dependencies: dpkg-shlibdeps names the runtime packages of every library the game links.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION [=[gather a flock of sheep while wolves hunt it
+A small single-player 3D action game. You steer a herder through one
+outdoor level and gather a flock of six sheep with the herd command, while
+every 30 seconds a wolf appears, seizes a sheep and drags it to its den.
+Your rockets wound and kill wolves. You win while three sheep stand near
+the goal marker; you lose when no sheep is left.
+
+The game needs an X display with OpenGL; Mesa's software renderer is
+enough.]=])
+include(CPack)
+
+# The sanitizer build repeats the game's own tests; packaging is checked once, here.
+if(HERDER_TESTS AND NOT HERDER_SANITIZE)
+    # Install into a temporary root and play from the launcher; then the validators.
+    add_test(NAME install_launcher
+        COMMAND ${HERDER_PACKAGING_SOURCE}/test-install.sh ${CMAKE_BINARY_DIR}
+                ${HERDER_PACKAGING_OUT}/test-install)
+    set_tests_properties(install_launcher PROPERTIES RESOURCE_LOCK e2e TIMEOUT 180)
+    # Build the package and let lintian judge it.
+    add_test(NAME install_package
+        COMMAND ${HERDER_PACKAGING_SOURCE}/test-package.sh ${CMAKE_BINARY_DIR}
+                ${HERDER_PACKAGING_OUT}/test-package)
+    set_tests_properties(install_package PROPERTIES TIMEOUT 300)
+endif()
