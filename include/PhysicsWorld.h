@@ -3,8 +3,8 @@
 // it steps in fixed 0.1 s sub-steps (at most three per call), filters collisions by shape group,
 // and reports the first touch of actor-group pairs that matter to the game. What a touch means is
 // decided by the reports (ContactReport, ControllerHitReport); what it does is the game's, whose
-// reports are installed on the world at program entry (GameRules.h). Without them touches are
-// classified and dropped.
+// reports are installed on the world at program entry (GameRules.h). Without reports, touches go
+// unheard.
 #pragma once
 
 #include "PhysicsGroups.h"

@@ -104,9 +104,7 @@ TEST_P(CharacterModelTest, NamesItsOwnTexture) {
     EXPECT_EQ(std::filesystem::path(texture.C_Str()).filename(), GetParam().asset->texture);
     TGAImage image;
     ASSERT_EQ(readTGA(&image, dataFile(GetParam().asset->texture).c_str()), 0);
-    EXPECT_EQ(image.pixelDepth, 24);
-    EXPECT_EQ(image.width, image.height);
-    EXPECT_TRUE(image.width == 256 || image.width == 512) << image.width;
+    EXPECT_EQ(image.width, image.height) << "a square atlas";
     freeBuffers(&image);
 }
 
