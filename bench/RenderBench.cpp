@@ -13,6 +13,7 @@
 #include "PhysicsWorld.h"
 #include "Renderer.h"
 #include "Scene.h"
+#include "ThreadCpu.h"
 #include "ViewFrustum.h"
 
 #include <GL/freeglut.h>
@@ -177,9 +178,13 @@ Scene* benchLevel(Engine* engine, double ceiling) {
 struct CycleTimes {
     double update = 0;
     double frame = 0;
+    // CPU per frame of the game's thread and of all rasteriser threads together.
+    double mainCpu = 0;
+    double rasterCpu = 0;
 };
 CycleTimes playCycles(Engine* engine, int frames) {
     CycleTimes t;
+    const ThreadCpu cpuBefore = threadCpuNow();
     for (int i = 0; i < frames; ++i) {
         const auto start = Clock::now();
         engine->processInput();
@@ -191,8 +196,11 @@ CycleTimes playCycles(Engine* engine, int frames) {
         glFinish();
         t.frame += msSince(start);
     }
+    const ThreadCpu cpuAfter = threadCpuNow();
     t.update /= frames;
     t.frame /= frames;
+    t.mainCpu = (cpuAfter.mainMs - cpuBefore.mainMs) / frames;
+    t.rasterCpu = (cpuAfter.rasterMs - cpuBefore.rasterMs) / frames;
     return t;
 }
 
@@ -224,7 +232,14 @@ void explode(Engine* engine, Scene* scene, int rockets) {
     }
 }
 
+// Where each scene's frame went, printed after the scene table.
+std::string cpuRows;
+
 void printScene(const std::string& name, const CycleTimes& t, double ceiling) {
+    char row[256];
+    std::snprintf(row, sizeof(row), "| %s | %.2f | %.2f | %s |\n", name.c_str(), t.mainCpu,
+                  t.rasterCpu, t.mainCpu > t.rasterCpu ? "game thread" : "rasteriser");
+    cpuRows += row;
     std::printf("| %s | %.3f | %.2f | %.0f | %.0f |\n", name.c_str(), t.update, t.frame,
                 1000.0 / t.frame, 1000.0 / ceiling);
 }
@@ -238,6 +253,8 @@ CycleTimes panCycles(Engine* engine, float degrees, int frames) {
         const CycleTimes t = playCycles(engine, 1);
         total.update += t.update / frames;
         total.frame += t.frame / frames;
+        total.mainCpu += t.mainCpu / frames;
+        total.rasterCpu += t.rasterCpu / frames;
     }
     return total;
 }
@@ -282,6 +299,9 @@ void benchGame(Engine* engine, Scene* scene, double ceiling) {
     explode(engine, scene, 3);
     printScene("30 wolves, six explosions (" + std::to_string(particlesIn(scene)) + " particles)",
                playCycles(engine, kMeasuredFrames / 2), ceiling);
+    std::printf("\n| game scene | game thread CPU (ms/frame) | rasteriser CPU (ms/frame, all "
+                "threads) | more work on |\n|---|---|---|---|\n%s",
+                cpuRows.c_str());
 }
 
 } // namespace

@@ -148,4 +148,11 @@ private:
     const aiMesh* mesh_ = nullptr;
     const aiNode* meshNode_ = nullptr;
     std::vector<float> blended_;
+    // The frame and clock that blended_ and the position buffer were last made for: every object
+    // that shows the model draws the same pose in a frame, so the blend and the buffer upload
+    // (which waits for the rasteriser to finish with the buffer) are done once per pose.
+    int blendedFrame_ = -1;
+    float blendedTime_ = -1.0f;
+    int streamedFrame_ = -1;
+    float streamedTime_ = -1.0f;
 };

@@ -100,7 +100,25 @@ TEST_F(FBXModelDrawTest, SkinnedModelInVertexArrayModeDrawsImmediately) {
     EXPECT_LT(differingShare(arrays, picture(sheep, 3.0f)), 0.001);
     sheep.setRenderMode(FBXModel::kBufferObjects);
     EXPECT_LT(differingShare(arrays, picture(sheep, 3.0f)), 0.002) << "streamed positions";
+    EXPECT_LT(differingShare(arrays, picture(sheep, 3.0f)), 0.002) << "the same pose again";
     EXPECT_GT(litShare(arrays), 0.01);
+    // The pose is streamed once per pose, not once per draw: a new frame or clock is new data.
+    sheep.currentFrame = 15;
+    const auto streamed = picture(sheep, 3.0f);
+    EXPECT_GT(differingShare(arrays, streamed), 0.002) << "the buffer follows the frame";
+    sheep.frameTime = 0.5f; // halfway to the next frame
+    picture(sheep, 3.0f);
+    glBindBufferARB(GL_ARRAY_BUFFER_ARB, sheep.buffers[0]);
+    const auto* held = static_cast<const float*>(glMapBufferARB(GL_ARRAY_BUFFER_ARB, GL_READ_ONLY_ARB));
+    ASSERT_NE(held, nullptr);
+    const float* blend = sheep.currentPositions();
+    int stale = 0;
+    for (int i = 0; i < 3 * sheep.vertexCount; ++i) {
+        stale += held[i] != blend[i] ? 1 : 0;
+    }
+    glUnmapBufferARB(GL_ARRAY_BUFFER_ARB);
+    glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
+    EXPECT_EQ(stale, 0) << "the buffer follows the clock too";
 }
 
 TEST_F(FBXModelDrawTest, StillPoseDiffersFromTheRun) {

@@ -107,6 +107,11 @@ const float* FBXModel::currentPositions() {
     if (!animated || frameCount == 0) {
         return vertices.data();
     }
+    if (blendedFrame_ == currentFrame && blendedTime_ == frameTime) {
+        return blended_.data();
+    }
+    blendedFrame_ = currentFrame;
+    blendedTime_ = frameTime;
     const int next = (currentFrame + 1 < frameCount) ? currentFrame + 1 : 0;
     const std::vector<float>& a = frames[static_cast<size_t>(currentFrame)];
     const std::vector<float>& b = frames[static_cast<size_t>(next)];
@@ -249,13 +254,18 @@ void FBXModel::drawArrays(const float* positions) {
     disableArrays();
 }
 
-// Rewrites the position buffer with this frame's blended positions.
+// Rewrites the position buffer with this frame's blended positions, unless it holds them already.
 void FBXModel::streamPositions() {
+    if (streamedFrame_ == currentFrame && streamedTime_ == frameTime) {
+        return;
+    }
     const float* positions = currentPositions();
     void* mapped = glMapBufferARB(GL_ARRAY_BUFFER_ARB, GL_READ_WRITE_ARB);
     if (mapped != nullptr) {
         std::copy(positions, positions + 3 * vertexCount, static_cast<float*>(mapped));
         glUnmapBufferARB(GL_ARRAY_BUFFER_ARB);
+        streamedFrame_ = currentFrame;
+        streamedTime_ = frameTime;
     }
 }
 
@@ -302,6 +312,7 @@ void FBXModel::createBuffers() {
         return;
     }
     glGenBuffersARB(3, buffers);
+    streamedFrame_ = -1; // the new position buffer holds the bind pose
     const std::vector<float>* sources[3] = {&vertices, &normals, &texCoords};
     for (int i = 0; i < 3; ++i) {
         glBindBufferARB(GL_ARRAY_BUFFER_ARB, buffers[i]);
