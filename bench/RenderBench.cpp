@@ -4,7 +4,9 @@
 // it from a data folder under an X display at 1024x768 (scripts/bench.sh does both).
 #include "Engine.h"
 #include "FBXModel.h"
+#include "GameRules.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "List.h"
 #include "Object3D.h"
 #include "Particle.h"
@@ -45,11 +47,12 @@ struct Placed {
     float x, y, z;
 };
 
-std::unique_ptr<FBXModel> load(const char* file, const char* texture, float scale, ModelKind kind,
-                               bool preset, double* ms) {
+// A preset model, or the level piece `piece` when it is given.
+std::unique_ptr<FBXModel> load(ModelKind kind, const level::ModelAsset* piece, double* ms) {
     const auto start = Clock::now();
-    auto model = preset ? std::make_unique<FBXModel>(kind)
-                        : std::make_unique<FBXModel>(file, texture, scale);
+    auto model = piece == nullptr
+                     ? std::make_unique<FBXModel>(kind)
+                     : std::make_unique<FBXModel>(piece->file, piece->texture, piece->scale);
     *ms = msSince(start);
     return model;
 }
@@ -57,37 +60,35 @@ std::unique_ptr<FBXModel> load(const char* file, const char* texture, float scal
 std::vector<Placed> loadLevel() {
     struct Entry {
         const char* name;
-        const char* file;
-        const char* texture;
-        float scale;
         ModelKind kind;
-        bool preset;
-        float turn, x, y, z;
+        const level::ModelAsset* piece; // null for a preset
+        float turn;
+        Vector3D at;
+    };
+    auto placed = [](const char* name, const level::ModelAsset& piece, const level::Placement& p) {
+        return Entry{name, ModelKind::Flag, &piece, p.turnDegrees, p.position};
     };
     const Entry entries[] = {
-        {"test sphere", "", "", 0, ModelKind::TestSphere, true, 0, 3, 1, -8},
-        {"herder", "", "", 0, ModelKind::Herder, true, 0, 0, 1, 0},
-        {"sheep", "", "", 0, ModelKind::Sheep, true, 90, -4, 0.8f, -6},
-        {"flag", "", "", 0, ModelKind::Flag, true, 0, 2, 0.5f, -3},
-        {"rocket", "", "", 0, ModelKind::Rocket, true, 0, 1, 2, -2},
-        {"terrain", "Level01Boden3.fbx", "Terrain2.tga", 0.015f, ModelKind::Flag, false, 90, -285,
-         10, -275},
-        {"sky", "", "", 0, ModelKind::Sky, true, 0, 0, -20, 0},
-        {"canyon", "Level01Version6.fbx", "orange.tga", 0.015f, ModelKind::Flag, false, 90, -270,
-         15.5f, -350},
-        {"power plant", "Oeltank.fbx", "Oeltank.tga", 0.02f, ModelKind::Flag, false, 0, -110, 15,
-         -240},
-        {"wolf", "", "", 0, ModelKind::Wolf, true, 90, -12, 1.5f, -14},
+        {"test sphere", ModelKind::TestSphere, nullptr, 0, {3, 1, -8}},
+        {"herder", ModelKind::Herder, nullptr, 0, {0, 1, 0}},
+        {"sheep", ModelKind::Sheep, nullptr, 90, {-4, 0.8f, -6}},
+        {"flag", ModelKind::Flag, nullptr, 0, {2, 0.5f, -3}},
+        {"rocket", ModelKind::Rocket, nullptr, 0, {1, 2, -2}},
+        placed("terrain", level::kTerrain, level::kTerrainPlacement),
+        {"sky", ModelKind::Sky, nullptr, 0, level::kSkyPlacement.position},
+        placed("canyon", level::kCanyon, level::kCanyonPlacement),
+        placed("power plant", level::kPowerPlant, level::kPowerPlantPlacement),
+        {"wolf", ModelKind::Wolf, nullptr, 90, {-12, 1.5f, -14}},
     };
     std::vector<Placed> level;
     double total = 0;
     std::printf("| model | triangles | load (ms) |\n|---|---|---|\n");
     for (const Entry& e : entries) {
         double ms = 0;
-        auto model = load(e.file, e.texture, e.scale, e.kind, e.preset, &ms);
+        auto model = load(e.kind, e.piece, &ms);
         total += ms;
         std::printf("| %s | %d | %.1f |\n", e.name, model->vertexCount / 3, ms);
-        level.push_back({e.name, std::move(model), e.turn, e.x, e.y, e.z});
+        level.push_back({e.name, std::move(model), e.turn, e.at.x, e.at.y, e.at.z});
     }
     std::printf("| all ten | | %.1f |\n\n", total);
     return level;
@@ -141,6 +142,7 @@ template <class F> double meanMs(int runs, F work) {
 Scene* benchLevel(Engine* engine, double ceiling) {
     const auto start = Clock::now();
     engine->physics = new PhysicsWorld();
+    GameRules::install(*engine->physics);
     Scene* scene = new Scene();
     engine->scene = scene;
     Renderer* renderer = new Renderer(scene);

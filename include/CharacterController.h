@@ -2,7 +2,8 @@
 // steps and slides along walls on the level's geometry, written on Bullet's convex sweeps.
 // In the simulation it is represented by a kinematic capsule actor (0.8 times its size) that
 // follows it after every move, so that rockets and particles collide with it and contacts are
-// reported. Every object a move touches is handed to its hit report, with the owners of both.
+// reported. Every object a move touches is handed to the world's controller hit report, with the
+// owners and actor groups of both.
 #pragma once
 
 #include "Vector3D.h"
@@ -10,7 +11,6 @@
 #include <memory>
 
 class btCapsuleShape;
-class ControllerHitReport;
 class Object3D;
 class PhysicsActor;
 class PhysicsWorld;
@@ -24,10 +24,10 @@ public:
     // The kinematic capsule is this fraction of the controller's radius and height.
     static constexpr float kCapsuleScale = 0.8f;
 
-    // capsule: the kinematic actor that follows the controller (the world owns it); report may
-    // be null. The controller starts at the origin with collision off.
+    // capsule: the kinematic actor that follows the controller (the world owns it); its actor
+    // group is the mover's in hit reports. The controller starts at the origin with collision off.
     CharacterController(PhysicsWorld* world, PhysicsActor* capsule, Object3D* owner, float height,
-                        float radius, std::unique_ptr<ControllerHitReport> report);
+                        float radius);
     ~CharacterController();
 
     // Moves by `displacement` against what activeGroups selects (bit 1: level geometry, bit 2:
@@ -45,9 +45,6 @@ public:
     // The kinematic actor standing for the controller in the simulation.
     PhysicsActor* getActor() const { return capsule_; }
     Object3D* getOwner() const { return owner_; }
-    ControllerHitReport* getReport() const { return report_.get(); }
-    // Replaces the hit report (null: the move's touches go unheard).
-    void setReport(std::unique_ptr<ControllerHitReport> report);
     float getHeight() const { return height_; }
     float getRadius() const { return radius_; }
 
@@ -64,7 +61,6 @@ private:
     Object3D* owner_;
     float height_;
     float radius_;
-    std::unique_ptr<ControllerHitReport> report_;
     Vector3D position_;
     bool collision_ = false;
     std::unique_ptr<btCapsuleShape, SweepShapeDeleter> sweepShape_;

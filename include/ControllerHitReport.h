@@ -1,22 +1,18 @@
-// ControllerHitReport: one per character controller; hears about every object the controller's
-// own move runs into. A wolf that runs into a sheep catches it; nothing else happens.
+// ControllerHitReport: hears about every body a character controller's own move runs into, and
+// decides by the actor groups of mover and target what it means: a wolf that runs into a sheep
+// catches it; nothing else means anything. The physics world holds one for all its
+// controllers; the catch itself is pure virtual and implemented in src/game (GameRules.h).
 #pragma once
 
-class Object3D;
+#include "PhysicsGroups.h"
 
 class ControllerHitReport {
 public:
     virtual ~ControllerHitReport() = default;
 
-    // The controller owned by `mover` touched `target` (either may be null) during its move.
-    virtual void onShapeHit(Object3D* mover, Object3D* target);
-    // Another controller pushed this one: nothing happens.
-    void onControllerHit(Object3D* mover, Object3D* other) {
-        (void)mover;
-        (void)other;
-    }
+    // The controller of `mover` touched `target` during its move (either owner may be null).
+    virtual void onShapeHit(const Touch& mover, const Touch& target);
 
-protected:
-    // The wolf has caught the sheep; with path search on, the catch goes through the waypoints.
-    virtual void wolfCaughtSheep(Object3D* wolf, Object3D* sheep, bool pathSearch);
+    // The effect: the wolf has caught the sheep.
+    virtual void wolfCaughtSheep(Object3D* wolf, Object3D* sheep) = 0;
 };

@@ -3,6 +3,7 @@
 // actor group that contact filtering and reports read, and the owning scene object.
 #pragma once
 
+#include "PhysicsGroups.h"
 #include "Vector3D.h"
 
 class btCollisionObject;
@@ -33,15 +34,15 @@ public:
     // The world that now holds the body (not owned; null before it is added or after removal).
     void setWorld(btCollisionWorld* world) { world_ = world; }
 
-    // Actor group (2 wolves, 3 sheep, 4 rockets, 6 terrain and plant, 10 canyon).
-    int group = 0;
+    // Actor group (PhysicsGroups.h: wolves, sheep, rockets, terrain and plant, canyon).
+    int group = ActorGroup::kNone;
     // The scene object this body belongs to (not owned).
     Object3D* userData = nullptr;
     // Where the body's centre lies in the actor's own frame. A capsule actor stands on its origin
     // while its body (a plain capsule, so that swept collision works) is centred above it.
     float lift = 0.0f;
-    // Collision filtering group of the body's shape (9 for particles).
-    int shapeGroup = 0;
+    // Collision filtering group of the body's shape (ShapeGroup in PhysicsGroups.h).
+    int shapeGroup = ShapeGroup::kDefault;
     // What this body is to a moving character controller: level geometry, another controller's
     // capsule, or nothing that blocks (rockets, particles).
     unsigned controllerClass = 0;

@@ -1,9 +1,13 @@
 // PhysicsWorld: the rigid-body simulation on Bullet. It owns the dynamics world, the bodies of
 // the level, the rockets and particles, and the kinematic capsules of the character controllers;
 // it steps in fixed 0.1 s sub-steps (at most three per call), filters collisions by shape group,
-// and reports the first touch of actor-group pairs that matter to the game.
+// and reports the first touch of actor-group pairs that matter to the game. What a touch means is
+// decided by the reports (ContactReport, ControllerHitReport); what it does is the game's, whose
+// reports are installed on the world at program entry (GameRules.h). Without reports, touches go
+// unheard.
 #pragma once
 
+#include "PhysicsGroups.h"
 #include "Vector3D.h"
 
 #include <map>
@@ -34,8 +38,6 @@ public:
     static constexpr float kStepInterval = 0.1f;
     static constexpr int kMaxSubSteps = 3;
     static constexpr int kGroupCount = 32;
-    // Shape group of particles, which pass through each other and through shape group 10.
-    static constexpr int kParticleShapeGroup = 9;
     // What a character controller's move collides with (its active-group bits).
     static constexpr unsigned kLevelGeometryBit = 2;
     static constexpr unsigned kControllerBit = 4;
@@ -53,7 +55,7 @@ public:
 
     // A dynamic capsule standing on the owner's origin (density 20), in shape group 0.
     PhysicsActor* createCapsuleActor(Object3D* owner, float height, float radius);
-    // A capsule character controller with its own hit report; not yet placed.
+    // A capsule character controller, reporting to the world's hit report; not yet placed.
     CharacterController* createController(Object3D* owner, float height, float radius);
     // A static triangle mesh cooked from the model's triangles (logs "triangles", "points").
     PhysicsActor* createStaticMesh(FBXModel* model);
@@ -80,9 +82,11 @@ public:
 
     btDiscreteDynamicsWorld* dynamicsWorld() const { return world_.get(); }
     PhysicsDebugDrawer* getDebugRenderer() const { return debugRenderer_.get(); }
+    // The reports touches go to (not owned; null: touches are dropped).
     ContactReport* getContactReport() const { return report_; }
-    // Replaces the contact report (not owned when given; the world keeps its own otherwise).
-    void setContactReport(ContactReport* report);
+    void setContactReport(ContactReport* report) { report_ = report; }
+    ControllerHitReport* getControllerHitReport() const { return hitReport_; }
+    void setControllerHitReport(ControllerHitReport* report) { hitReport_ = report; }
 
     bool sceneReady = false;
     float stepInterval = kStepInterval;
@@ -101,15 +105,15 @@ private:
     std::unique_ptr<btConstraintSolver> solver_;
     std::unique_ptr<btDiscreteDynamicsWorld> world_;
     std::unique_ptr<PhysicsDebugDrawer> debugRenderer_;
-    std::unique_ptr<ContactReport> ownReport_;
     ContactReport* report_ = nullptr;
+    ControllerHitReport* hitReport_ = nullptr;
     bool pairFlags_[kGroupCount][kGroupCount] = {};
     bool collides_[kGroupCount][kGroupCount] = {};
     // Pairs touching now, with the step in which they were last seen touching.
     std::map<std::pair<const void*, const void*>, long> touching_;
     long stepCount_ = 0;
-    // Pairs that started touching in the fixed steps of the current step, by owner.
-    std::vector<std::pair<Object3D*, Object3D*>> started_;
+    // Pairs that started touching in the fixed steps of the current step, by owner and group.
+    std::vector<std::pair<Touch, Touch>> started_;
     std::vector<std::unique_ptr<btCollisionShape>> shapes_;
     std::vector<std::unique_ptr<CookedMesh>> meshes_;
     std::vector<std::unique_ptr<CharacterController>> controllers_;

@@ -2,6 +2,7 @@
 // the HUD, the frame timer and the clocks, and runs the per-frame world update.
 #pragma once
 
+#include "LevelFacts.h"
 #include "Vector3D.h"
 
 #include <vector>
@@ -73,8 +74,11 @@ private:
     void append(Node* node);
     void loadModels();
     void placeScenery();
+    // A model of the level loaded at its scale.
+    static FBXModel* loadPiece(const level::ModelAsset& asset);
     // A static piece of the level: its cooked mesh turned and moved into place.
-    Object3D* scenery(const char* name, FBXModel* model, int group, float turn, const Vector3D& at);
+    Object3D* scenery(const char* name, FBXModel* model, int group,
+                      const level::Placement& placement);
     void placeHerder();
     void placeSheep();
     // Tells every model the input's render mode (buffer objects need the driver's support).

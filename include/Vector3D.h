@@ -10,7 +10,7 @@ struct Vector3D {
     float w = 1.0f;
 
     Vector3D() = default;
-    Vector3D(float x, float y, float z) : x(x), y(y), z(z), w(1.0f) {}
+    constexpr Vector3D(float x, float y, float z) : x(x), y(y), z(z), w(1.0f) {}
 
     // Component-wise sum of x, y, z; w is taken from this vector.
     Vector3D operator+(const Vector3D& o) const;

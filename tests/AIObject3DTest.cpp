@@ -1,8 +1,8 @@
 // Steering of the animals without physics (free flight moves them): goals, arrival, following a
 // wolf until it dies, and walking waypoint paths with their stale first steer point.
 #include "AIObject3D.h"
+#include "LevelFacts.h"
 #include "LevelFixture.h"
-#include "LevelLayout.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +16,6 @@ struct MortalWolf : AIObject3D {
     bool alive() const override { return living; }
     bool living = true;
 };
-
-Vector3D toV(const aiVector3D& v) {
-    return Vector3D(v.x, v.y, v.z);
-}
 
 float distance(const Vector3D& a, const Vector3D& b) {
     return std::sqrt((a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y) +
@@ -88,9 +84,9 @@ protected:
 
 TEST_F(AIPathTest, StaleSteerPointCostsTheFirstPathPoint) {
     AIObject3D ai;
-    ai.setPosition(toV(assets::kWaypoints[3]) + Vector3D(0.5f, 0, 0));
+    ai.setPosition(level::kWaypoints[3] + Vector3D(0.5f, 0, 0));
     ai.steerPoint = ai.getPosition(); // arrived at its last steer point
-    const Vector3D target = toV(assets::kWaypoints[6]) + Vector3D(1, 0, 0);
+    const Vector3D target = level::kWaypoints[6] + Vector3D(1, 0, 0);
     ai.goViaPath(target);
     EXPECT_EQ(ai.state, AIObject3D::kFollowPath);
     ASSERT_EQ(ai.pathLength(), 5) << "W3, W4, W5, W6 and the point itself";
@@ -99,15 +95,15 @@ TEST_F(AIPathTest, StaleSteerPointCostsTheFirstPathPoint) {
     EXPECT_FALSE(ai.steeringAtPathPoint);
     ai.update(0.0f);
     EXPECT_TRUE(ai.steeringAtPathPoint);
-    EXPECT_FLOAT_EQ(ai.steerPoint.x, assets::kWaypoints[4].x) << "then heads for W4";
+    EXPECT_FLOAT_EQ(ai.steerPoint.x, level::kWaypoints[4].x) << "then heads for W4";
 }
 
 TEST_F(AIPathTest, PathEndsIdleAtTheGoal) {
     AIObject3D ai;
-    ai.setPosition(toV(assets::kWaypoints[0]));
+    ai.setPosition(level::kWaypoints[0]);
     ai.steerPoint = Vector3D(1000, 0, 0); // far from any old steer point
     ai.setSpeed(20.0f);
-    const Vector3D target = toV(assets::kWaypoints[5]) + Vector3D(0, 0, 1);
+    const Vector3D target = level::kWaypoints[5] + Vector3D(0, 0, 1);
     ai.goViaPath(target);
     EXPECT_EQ(ai.pathLength(), 7) << "W0 to W5, then the point";
     walk(ai, 0.02f, 10000);
@@ -118,11 +114,11 @@ TEST_F(AIPathTest, PathEndsIdleAtTheGoal) {
 
 TEST_F(AIPathTest, SameNearestWaypointGivesItThenThePoint) {
     AIObject3D ai;
-    ai.setPosition(toV(assets::kWaypoints[2]) + Vector3D(3, 0, 0));
-    ai.goViaPath(toV(assets::kWaypoints[2]) + Vector3D(-3, 0, 0));
+    ai.setPosition(level::kWaypoints[2] + Vector3D(3, 0, 0));
+    ai.goViaPath(level::kWaypoints[2] + Vector3D(-3, 0, 0));
     ASSERT_EQ(ai.pathLength(), 2);
-    EXPECT_FLOAT_EQ(ai.path[0].x, assets::kWaypoints[2].x);
-    EXPECT_FLOAT_EQ(ai.path[1].x, assets::kWaypoints[2].x - 3.0f);
+    EXPECT_FLOAT_EQ(ai.path[0].x, level::kWaypoints[2].x);
+    EXPECT_FLOAT_EQ(ai.path[1].x, level::kWaypoints[2].x - 3.0f);
 }
 
 } // namespace

@@ -73,12 +73,12 @@ float rampHeight(float degrees, float x) {
 
 class CharacterControllerTest : public PhysicsFixture {
 protected:
-    CharacterController* walker(const Vector3D& centre, int type = Object3D::kHerder) {
-        return addController(makeObject(type), centre, kHeight, kRadius);
+    CharacterController* walker(const Vector3D& centre, int group = ActorGroup::kNone) {
+        return addController(makeObject(), centre, kHeight, kRadius, group);
     }
     // A controller resting on flat ground at height 0.
-    CharacterController* standing(float x, float z, int type = Object3D::kHerder) {
-        return walker(Vector3D(x, kStandHeight + kSkin, z), type);
+    CharacterController* standing(float x, float z, int group = ActorGroup::kNone) {
+        return walker(Vector3D(x, kStandHeight + kSkin, z), group);
     }
 };
 
@@ -194,7 +194,7 @@ TEST_P(CharacterControllerRateTest, OtherControllersBlockOnlyWhenSelected) {
         const Vector3D otherAt = other->getPosition();
         ASSERT_NEAR(otherAt.x, 8 - 0.5f * kWalkFactor, 0.01f);
         run(mover, kForward, 2.0f, rate(), groups);
-        const bool touched = reportOf(mover).reported(mover->getOwner(), other->getOwner());
+        const bool touched = hits().reported(mover->getOwner(), other->getOwner());
         if (groups == kLevelOnly) {
             EXPECT_NEAR(mover->getPosition().x, 2 * kWalkFactor, 0.01f) << "passes through";
             EXPECT_FALSE(touched);
@@ -219,13 +219,14 @@ TEST_F(CharacterControllerTest, RocketsParticlesAndSeparatedShapeGroupsNeverBloc
     const int wallGroup = 12;
     world().setGroupCollisionFlag(0, wallGroup, false);
     PhysicsActor* blockers[4];
-    blockers[0] = world().createCapsuleActor(makeObject(Object3D::kRocket), 1.0f, 0.3f);
-    blockers[1] = world().createCapsuleActor(makeObject(Object3D::kPlain), 1.0f, 0.3f);
-    blockers[1]->shapeGroup = PhysicsWorld::kParticleShapeGroup;
+    blockers[0] = world().createCapsuleActor(makeObject(), 1.0f, 0.3f);
+    blockers[0]->group = ActorGroup::kRocket;
+    blockers[1] = world().createCapsuleActor(makeObject(), 1.0f, 0.3f);
+    blockers[1]->shapeGroup = ShapeGroup::kParticle;
     blockers[2] = addBox(Vector3D(-1, 0, -1), Vector3D(1, 3, 1));
     blockers[2]->shapeGroup = wallGroup;
     // The same capsule as the rocket's, but level geometry to a controller: this one blocks.
-    blockers[3] = world().createCapsuleActor(makeObject(Object3D::kPlain), 1.0f, 0.3f);
+    blockers[3] = world().createCapsuleActor(makeObject(), 1.0f, 0.3f);
     blockers[3]->controllerClass = PhysicsWorld::kLevelGeometryBit;
     for (int i = 0; i < 4; ++i) {
         place(blockers[i], Vector3D(3, 0, 6.0f * static_cast<float>(i)));
@@ -236,7 +237,7 @@ TEST_F(CharacterControllerTest, RocketsParticlesAndSeparatedShapeGroupsNeverBloc
         run(c, kForward, 1.0f, 60.0f);
         const bool blocks = i == 3;
         EXPECT_EQ(c->getPosition().x < 3 - 0.3f - kRadius, blocks);
-        EXPECT_EQ(reportOf(c).reported(c->getOwner(), blockers[i]->userData), blocks);
+        EXPECT_EQ(hits().reported(c->getOwner(), blockers[i]->userData), blocks);
     }
 }
 
@@ -307,36 +308,34 @@ TEST_F(CharacterControllerTest, TouchesAreReportedOncePerMoveAndOnlyByTheMover) 
                                {Vector3D(2, 0, -20), Vector3D(2, 3, 20), Vector3D(2, 0, 20)}})
                           ->userData;
     const float rate = 60.0f;
-    CharacterController* wolf = standing(-6, 0, Object3D::kWolf);
+    CharacterController* wolf = standing(-6, 0, ActorGroup::kWolf);
     run(wolf, kForward, 2.0f, rate);
-    RecordingHitReport& wolfReport = reportOf(wolf);
-    wolfReport.hits.clear();
+    hits().hits.clear();
     EXPECT_EQ(moveOnce(wolf, cycleDisplacement(kForward, rate)), kHitSides | kHitBelow);
     const std::vector<RecordingHitReport::Pair> once = {{wolf->getOwner(), level}};
-    EXPECT_EQ(wolfReport.hits, once) << "wall and floor are one object";
+    EXPECT_EQ(hits().hits, once) << "wall and floor are one object";
 
     // A sheep runs into a wolf: it reports the wolf; nobody is caught and the wolf hears nothing.
-    CharacterController* sheep = standing(-6, 8, Object3D::kSheep);
-    CharacterController* hunter = standing(-3, 8, Object3D::kWolf);
+    CharacterController* sheep = standing(-6, 8, ActorGroup::kSheep);
+    CharacterController* hunter = standing(-3, 8, ActorGroup::kWolf);
     Object3D* s = sheep->getOwner();
     run(sheep, kForward, 1.0f, rate);
-    EXPECT_TRUE(reportOf(sheep).reported(s, hunter->getOwner()));
-    EXPECT_TRUE(reportOf(sheep).reported(s, level));
-    EXPECT_TRUE(reportOf(sheep).catches.empty());
-    EXPECT_TRUE(reportOf(hunter).hits.empty());
+    EXPECT_TRUE(hits().reported(s, hunter->getOwner()));
+    EXPECT_TRUE(hits().reported(s, level));
+    EXPECT_TRUE(hits().catches.empty());
+    EXPECT_EQ(hits().reportedBy(hunter->getOwner()), 0);
 
     // The wolf runs into the sheep: caught at most once per move; the sheep hears nothing.
-    const size_t sheepHeard = reportOf(sheep).hits.size();
+    const long sheepHeard = hits().reportedBy(s);
     const int cycles = 10;
     run(hunter, Vector3D(-1, 0, 0), cycles / rate, rate);
-    const auto& catches = reportOf(hunter).catches;
+    const auto& catches = hits().catches;
     ASSERT_FALSE(catches.empty());
     EXPECT_LE(catches.size(), static_cast<size_t>(cycles));
     EXPECT_EQ(
         std::count(catches.begin(), catches.end(), RecordingHitReport::Pair(hunter->getOwner(), s)),
         static_cast<long>(catches.size()));
-    EXPECT_TRUE(reportOf(sheep).catches.empty());
-    EXPECT_EQ(reportOf(sheep).hits.size(), sheepHeard);
+    EXPECT_EQ(hits().reportedBy(s), sheepHeard);
 }
 
 } // namespace

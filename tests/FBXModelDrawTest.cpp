@@ -5,6 +5,7 @@
 
 #include "FBXModel.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "LevelMeshes.h"
 #include "Renderer.h"
 #include "TestSupport.h"
@@ -16,12 +17,10 @@
 
 namespace {
 
-class FBXModelDrawTest : public TempDirTest {
+class FBXModelDrawTest : public DataFolderTest {
 protected:
     void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
+        DataFolderTest::SetUp();
         renderer_ = std::make_unique<Renderer>(nullptr);
         renderer_->reshape();
     }
@@ -68,7 +67,8 @@ double litShare(const std::vector<unsigned char>& a) {
 }
 
 TEST_F(FBXModelDrawTest, EveryModeAndListSettingDrawsTheSamePicture) {
-    FBXModel plant(dataFile("Oeltank.fbx"), dataFile("Oeltank.tga"), 0.02f);
+    const level::ModelAsset& piece = level::kPowerPlant;
+    FBXModel plant(dataFile(piece.file), dataFile(piece.texture), piece.scale);
     ASSERT_GT(plant.vertexCount, 0);
     ASSERT_TRUE(plant.vboSupported);
     InputManager::getInstance()->displayLists = false;

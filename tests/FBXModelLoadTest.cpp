@@ -3,6 +3,7 @@
 // and filters as uploaded to GL.
 #include "FBXModel.h"
 #include "FBXTestSupport.h"
+#include "GeneratedFiles.h"
 #include "InputManager.h"
 #include "TGAImage.h"
 #include "TestSupport.h"
@@ -17,17 +18,12 @@
 
 namespace {
 
-const std::string kThirdParty = "/work/shared/testdata/fbx/";
+const std::string kThirdParty = HERDER_THIRD_PARTY_DIR;
 const char* const kLoadSteps[] = {"loading model 1", "loading model 2", "loading model 3.1",
                                   "loading model 3.5", "loading model 4"};
 
-class FBXModelLoadTest : public TempDirTest {
+class FBXModelLoadTest : public DataFolderTest {
 protected:
-    void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
-    }
     static std::vector<std::string> log() { return readLines("log.txt"); }
     static bool logHas(const std::string& line) {
         const std::vector<std::string> lines = log();
@@ -38,27 +34,17 @@ protected:
     }
 };
 
-struct LoadCase {
-    const char* file;
-    const char* texture;
-    float scale;
-    int kind; // a ModelKind, or -1 for a plain file
-};
-
-void PrintTo(const LoadCase& c, std::ostream* os) {
-    *os << c.file;
-}
-
 class FBXModelDataFolderTest : public FBXModelLoadTest,
-                               public ::testing::WithParamInterface<LoadCase> {};
+                               public ::testing::WithParamInterface<GeneratedFile> {};
 
 TEST_P(FBXModelDataFolderTest, LoadsWithConsistentArraysTextureAndLog) {
-    const LoadCase& c = GetParam();
-    auto model = c.kind < 0 ? std::make_unique<FBXModel>(c.file, c.texture, c.scale)
-                            : std::make_unique<FBXModel>(static_cast<ModelKind>(c.kind));
+    const GeneratedFile& c = GetParam();
+    const level::ModelAsset& asset = *c.asset;
+    auto model = c.preset < 0 ? std::make_unique<FBXModel>(asset.file, asset.texture, asset.scale)
+                              : std::make_unique<FBXModel>(static_cast<ModelKind>(c.preset));
     const FBXModel& m = *model;
-    EXPECT_EQ(m.textureFile, c.texture);
-    EXPECT_FLOAT_EQ(m.scale, c.scale);
+    EXPECT_EQ(m.textureFile, asset.texture);
+    EXPECT_FLOAT_EQ(m.scale, asset.scale);
     ASSERT_GT(m.polygonCount, 0);
     EXPECT_EQ(m.vertexCount, 3 * m.polygonCount);
     EXPECT_EQ(m.maxPolygonSize, 3);
@@ -72,7 +58,7 @@ TEST_P(FBXModelDataFolderTest, LoadsWithConsistentArraysTextureAndLog) {
             << "normals belong to the positions' control points";
     }
     // The same bounds as the file itself, read independently.
-    const ImportedModel file = importModel(c.file);
+    const ImportedModel file = importModel(asset.file);
     ASSERT_NE(file.scene, nullptr);
     const aiMesh* mesh = file.scene->mMeshes[0];
     EXPECT_FLOAT_EQ(extent(asPoints(m.vertices)),
@@ -87,26 +73,12 @@ TEST_P(FBXModelDataFolderTest, LoadsWithConsistentArraysTextureAndLog) {
         ASSERT_NE(at, lines.end()) << step << " missing or out of order";
     }
     EXPECT_TRUE(logHas(std::to_string(m.vertexCount)));
-    const bool animated = c.kind == int(ModelKind::Sheep) || c.kind == int(ModelKind::Herder) ||
-                          c.kind == int(ModelKind::Wolf);
-    EXPECT_EQ(m.animated, animated);
-    EXPECT_EQ(m.frameCount, animated ? FBXModel::kSkinFrames : 0);
+    EXPECT_EQ(m.animated, asset.animated);
+    EXPECT_EQ(m.frameCount, asset.animated ? FBXModel::kSkinFrames : 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    DataFolder, FBXModelDataFolderTest,
-    ::testing::Values(
-        LoadCase{"Flag.fbx", "Flag.tga", 0.005f, int(ModelKind::Flag)},
-        LoadCase{"Rocket.fbx", "Rocket.tga", 0.015f, int(ModelKind::Rocket)},
-        LoadCase{"AniSheepRun2.fbx", "AniSheepRun2.tga", 0.01f, int(ModelKind::Sheep)},
-        LoadCase{"AniBrannicRun5.fbx", "Brannic.tga", 0.01f, int(ModelKind::Herder)},
-        LoadCase{"Sky.fbx", "Skyred.tga", 0.2f, int(ModelKind::Sky)},
-        LoadCase{"Schachbrettkugel100.fbx", "checkerboard.tga", 0.01f, int(ModelKind::TestSphere)},
-        LoadCase{"TerrainOptimiert5.fbx", "Canyon1.tga", 0.01f, int(ModelKind::Terrain)},
-        LoadCase{"AniWolfRun4.fbx", "Wolf2.tga", 0.016f, int(ModelKind::Wolf)},
-        LoadCase{"Level01Boden3.fbx", "Terrain2.tga", 0.015f, -1},
-        LoadCase{"Level01Version6.fbx", "orange.tga", 0.015f, -1},
-        LoadCase{"Oeltank.fbx", "Oeltank.tga", 0.02f, -1}));
+INSTANTIATE_TEST_SUITE_P(DataFolder, FBXModelDataFolderTest, ::testing::ValuesIn(kGeneratedFiles),
+                         generatedName);
 
 // The first number after each `key` in the text replaced by `value`.
 std::string replaceFirstNumbers(std::string text, const std::string& key,
@@ -120,15 +92,15 @@ std::string replaceFirstNumbers(std::string text, const std::string& key,
 
 // Files the importer cannot read or must not be trusted with: refused, logged, left empty.
 TEST_F(FBXModelLoadTest, UnreadableFilesAreLoggedAndLeaveAnEmptyModel) {
-    writeFile("Flag.txt", fileBytes("Flag.fbx"));
+    writeFile("Flag.txt", fileBytes(level::kFlag.file));
     for (const char* name : {"missing.fbx", "Flag.txt"}) {
-        const FBXModel m(name, "Flag.tga", 0.5f);
+        const FBXModel m(name, level::kFlag.texture, 0.5f);
         EXPECT_TRUE(loggedFailure(name)) << name;
         EXPECT_EQ(m.vertexCount, 0) << name;
         EXPECT_FLOAT_EQ(m.scale, 0.5f);
     }
-    const std::string sheep = fileBytes("AniSheepRun2.fbx");
-    std::string big = fileBytes("Flag.fbx") + "\n;"; // padded with an FBX comment
+    const std::string sheep = fileBytes(level::kSheep.file);
+    std::string big = fileBytes(level::kFlag.file) + "\n;"; // padded with an FBX comment
     big.resize(64u * 1024 * 1024 + 1, ' ');
     std::string deep;
     for (int level = 0; level < 200000; ++level) {
@@ -137,7 +109,7 @@ TEST_F(FBXModelLoadTest, UnreadableFilesAreLoggedAndLeaveAnEmptyModel) {
     const std::pair<const char*, std::string> refused[] = {
         {"vertices-only.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\n"},
         {"not-a-number.obj", "v 1e39 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"},
-        {"Flag.png", fileBytes("Flag.fbx")},
+        {"Flag.png", fileBytes(level::kFlag.file)},
         {"big.fbx", big},
         // Trips an assertion inside the importer (a skin weight for a vertex that is not there).
         {"bad-index.fbx", replaceFirstNumbers(sheep, "Indexes: *", "99999999")},
@@ -176,7 +148,7 @@ std::vector<std::string> flippedCopies(const std::string& good, int copies, unsi
 // cut short inside the binary file's records is always refused.
 TEST_F(FBXModelLoadTest, DamagedFilesNeverCrash) {
     const std::string binary = fileBytes(kThirdParty + "blender_279_sausage_7400_binary.fbx");
-    const std::string ascii = fileBytes("AniSheepRun2.fbx");
+    const std::string ascii = fileBytes(level::kSheep.file);
     std::vector<std::string> damaged;
     for (size_t cut : {size_t(20), size_t(27), binary.size() / 7, binary.size() / 2}) {
         damaged.push_back(binary.substr(0, cut));
@@ -222,7 +194,7 @@ TEST_F(FBXModelLoadTest, BadOrMissingTextureStillLoadsTheModel) {
     writeTGAToMemory(&bytes, &bad);
     writeFile("bad.tga", std::string(bytes.begin(), bytes.end()));
     for (const char* texture : {"bad.tga", "missing.tga"}) {
-        FBXModel m("Flag.fbx", texture, 1.0f);
+        FBXModel m(level::kFlag.file, texture, 1.0f);
         EXPECT_TRUE(logHas(std::string("Unable to load the Texture '") + texture + "'"));
         EXPECT_TRUE(m.textureImage.pixels.empty());
         EXPECT_EQ(m.textureImage.width, 0);
@@ -251,7 +223,7 @@ TEST_F(FBXModelLoadTest, TextureIsUploadedInItsVisibleOrientation) {
     image.descriptor = 0x30;
     image.imageData = stored.data();
     ASSERT_EQ(writeTGA("flipped.tga", &image), kTgaOk);
-    FBXModel m("Flag.fbx", "flipped.tga", 1.0f);
+    FBXModel m(level::kFlag.file, "flipped.tga", 1.0f);
     std::vector<uint8_t> texels(w * h * 3);
     glBindTexture(GL_TEXTURE_2D, m.textureId);
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
@@ -273,7 +245,7 @@ GLint minFilterOf(GLuint texture) {
 TEST_F(FBXModelLoadTest, FilterModesSetMinificationAndLinearMagnification) {
     InputManager::getInstance()->toggleF4 = 0;
     InputManager::getInstance()->cycleF5 = 0;
-    FBXModel m("Flag.fbx", "Flag.tga", 1.0f);
+    FBXModel m(level::kFlag.file, level::kFlag.texture, 1.0f);
     EXPECT_EQ(minFilterOf(m.textureId), GL_LINEAR) << "linear even with the switch off";
     EXPECT_EQ(m.linearFilter, 1);
     GLint mag = 0;
@@ -294,7 +266,7 @@ TEST_F(FBXModelLoadTest, PolygonsKeepTheirSize) {
     writeFile("quads.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 2 0 0\nv 2 1 0\n"
                            "vt 0 0\nvt 0.5 0\nvt 0.5 1\nvt 0 1\nvt 1 0\nvt 1 1\n"
                            "f 1/1 2/2 3/3 4/4\nf 2/2 5/5 6/6 3/3\nf 1/1 2/2 4/4\n");
-    const FBXModel m("quads.obj", "Flag.tga", 1.0f);
+    const FBXModel m("quads.obj", level::kFlag.texture, 1.0f);
     EXPECT_EQ(m.polygonSizes, (std::vector<int>{4, 4, 3}));
     EXPECT_EQ(m.maxPolygonSize, 4);
     EXPECT_EQ(m.vertexCount, 11);
@@ -342,15 +314,15 @@ TEST_F(FBXModelLoadTest, MayaCubeReadsTheSameFromAsciiAndBinary) {
 // Pivots and pre-rotations put helper nodes above the mesh node; the mesh is still found.
 // In memory, the name's extension picks the format, whatever its case.
 TEST_F(FBXModelLoadTest, MemoryLoadFindsTheMeshBelowPivotHelpers) {
-    const FBXModel plain("Flag.fbx", "Flag.tga", 1.0f);
-    std::string text = fileBytes("Flag.fbx");
+    const FBXModel plain(level::kFlag.file, level::kFlag.texture, 1.0f);
+    std::string text = fileBytes(level::kFlag.file);
     const std::string anchor = "P: \"RotationActive\", \"bool\", \"\", \"\", 1";
     ASSERT_NE(text.find(anchor), std::string::npos);
     text.insert(text.find(anchor) + anchor.size(),
                 "\n\t\t\tP: \"PreRotation\", \"Vector3D\", \"Vector\", \"\", 90, 0, 0"
                 "\n\t\t\tP: \"RotationPivot\", \"Vector3D\", \"Vector\", \"\", 0, 5, 0");
     FBXModel pivoted;
-    pivoted.textureFile = "Flag.tga";
+    pivoted.textureFile = level::kFlag.texture;
     pivoted.loadModelFromMemory(text.data(), text.size(), "Pivoted.FBX");
     EXPECT_FALSE(loggedFailure("Pivoted.FBX"));
     EXPECT_EQ(pivoted.vertices, plain.vertices);

@@ -13,7 +13,7 @@
 
 namespace {
 
-const std::string kThirdParty = "/work/shared/testdata/fbx/";
+const std::string kThirdParty = HERDER_THIRD_PARTY_DIR;
 
 aiNode* addChild(aiNode* parent, const char* name, const aiVector3D& position) {
     aiNode* child = new aiNode(name);
@@ -193,14 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BlenderFrame{"Skeleton|Wiggle", "blender_279_sausage_wiggle_20.obj", 20,
                                    15}));
 
-class FBXSkinFramesTest : public TempDirTest {
-protected:
-    void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
-    }
-};
+using FBXSkinFramesTest = DataFolderTest;
 
 // The sausage's first take stands still. Baked frames are in the mesh node's own space like the
 // bind-pose arrays: Blender's Y-up world turned back into the file's Z-up mesh data.

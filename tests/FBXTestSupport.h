@@ -1,32 +1,15 @@
-// Helpers for the model loader tests: the build's data folder linked into the test directory
-// (presets name their files relative to the working directory), whole files as bytes, and
-// point sets compared without regard to order.
+// Helpers for the model loader tests: point sets compared without regard to order.
 #pragma once
 
 #include "LevelMeshes.h"
+#include "TestSupport.h"
 
 #include <assimp/vector3.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
-
-// Links every file of the data folder into the working directory.
-inline void linkDataFiles() {
-    for (const auto& entry : std::filesystem::directory_iterator(HERDER_DATA_DIR)) {
-        std::error_code ignored;
-        std::filesystem::create_symlink(entry.path(), entry.path().filename(), ignored);
-    }
-}
-
-inline std::string fileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 // The largest distance from a point of one set to the nearest point of the other, both ways.
 inline float pointSetGap(const std::vector<aiVector3D>& a, const std::vector<aiVector3D>& b) {

@@ -42,6 +42,12 @@ TEST_F(InputManagerTest, HeldKeysFollowPressAndRelease) {
         in->specialUp(k.key, 0, 0);
         EXPECT_FALSE(in->*k.flag);
     }
+    // freeglut sends right Super and right Ctrl as special keys with the codes of 'w' and 's'.
+    in->keyDown('w', 0, 0);
+    in->keyDown('s', 0, 0);
+    in->specialUp(GLUT_KEY_SUPER_R, 0, 0);
+    in->specialUp(GLUT_KEY_CTRL_R, 0, 0);
+    EXPECT_FALSE(in->forwardHeld || in->backHeld) << "their release clears forward and back";
 }
 
 TEST_F(InputManagerTest, UpperCaseAndUnboundKeysDoNothing) {

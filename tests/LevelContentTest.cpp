@@ -21,9 +21,9 @@ constexpr float kFarPlane = 10000.0f;
 class LevelContentTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        terrain_ = load("Level01Boden3.fbx", assets::kTerrainPlacement);
-        canyon_ = load("Level01Version6.fbx", assets::kCanyonPlacement);
-        plant_ = load("Oeltank.fbx", assets::kPowerPlantPlacement);
+        terrain_ = load(level::kTerrain.file, assets::kTerrainPlacement);
+        canyon_ = load(level::kCanyon.file, assets::kCanyonPlacement);
+        plant_ = load(level::kPowerPlant.file, assets::kPowerPlantPlacement);
         std::vector<Triangle> all = terrain_;
         all.insert(all.end(), canyon_.begin(), canyon_.end());
         all.insert(all.end(), plant_.begin(), plant_.end());
@@ -95,14 +95,14 @@ TEST_F(LevelContentTest, CanyonWallsRiseAboveTheFloorOnBothSides) {
 TEST_F(LevelContentTest, PowerPlantStandsOnItsPlateau) {
     ASSERT_FALSE(plant_.empty());
     const aiVector3D c = assets::kPowerPlantCentre;
-    EXPECT_NEAR(groundAt(c.x, c.z), 15.0f, 1.0f);
-    EXPECT_NEAR(groundAt(c.x + 30, c.z + 25), 15.0f, 1.0f);
+    EXPECT_NEAR(groundAt(c.x, c.z), c.y, 1.0f);
+    EXPECT_NEAR(groundAt(c.x + 30, c.z + 25), c.y, 1.0f);
     float lowest = 1e9f, highest = -1e9f;
     for (const Triangle& t : plant_) {
         lowest = std::min({lowest, t.a.y, t.b.y, t.c.y});
         highest = std::max({highest, t.a.y, t.b.y, t.c.y});
     }
-    EXPECT_LT(lowest, 15.0f) << "its base reaches into the ground";
+    EXPECT_LT(lowest, c.y) << "its base reaches into the ground";
     EXPECT_GT(lowest, 13.0f);
     EXPECT_GT(highest, 40.0f) << "the chimney can be seen from afar";
 }
@@ -198,7 +198,7 @@ TEST_F(LevelContentTest, DenRampClimbsToTheMeadowUnder35Degrees) {
 }
 
 TEST(SkyTest, DomeEnclosesTheLevelFacingInwards) {
-    const ImportedModel m = importModel(dataFile("Sky.fbx"));
+    const ImportedModel m = importModel(dataFile(level::kSky.file));
     ASSERT_NE(m.scene, nullptr) << m.error;
     const auto triangles = placedTriangles(m.scene, assets::kSkyPlacement);
     ASSERT_FALSE(triangles.empty());

@@ -3,6 +3,7 @@
 // with every sampled triangle; a far coarser simplification, which visibly loses shape, must not,
 // so the comparison is known to tell the difference.
 #include "FBXModel.h"
+#include "LevelFacts.h"
 #include "LevelMeshes.h"
 #include "List.h"
 #include "Models.h"
@@ -44,7 +45,7 @@ const Viewpoint kViewpoints[] = {
     {"start", {0, 1, 0}, {0, 0, -1}},
     {"ramp-to-den", {-6, 1, 44}, {-34, 0, -36}},
     {"canyon", {-164, -9, -21}, {1, 0, 0.1f}},
-    {"power-plant", {-110, 17, -190}, {0, 0, -1}},
+    {"power-plant", level::kPowerPlantPlacement.position + Vector3D(0, 2, 50), {0, 0, -1}},
     {"plateau-over-meadow", {-90, 16, -170}, {1, 0, 1.2f}},
 };
 
@@ -57,9 +58,8 @@ protected:
         openTestWindow();
         Renderer::windowWidth = kWidth;
         Renderer::windowHeight = kHeight;
-        plant_ = std::make_unique<FBXModel>(dataFile("Oeltank.fbx"), dataFile("Oeltank.tga"),
-                                            0.02f);
-        sky_ = std::make_unique<FBXModel>(dataFile("Sky.fbx"), dataFile("Skyred.tga"), 0.2f);
+        plant_ = load(HERDER_DATA_DIR, level::kPowerPlant);
+        sky_ = load(HERDER_DATA_DIR, level::kSky);
     }
 
     // The level with its terrain and canyon written at this detail, seen from every viewpoint.
@@ -67,15 +67,15 @@ protected:
         std::filesystem::create_directory(folder);
         EXPECT_TRUE(assets::writeTerrain(folder, detail));
         EXPECT_TRUE(assets::writeCanyon(folder, detail));
-        FBXModel terrain(folder + "/Level01Boden3.fbx", folder + "/Terrain2.tga", 0.015f);
-        FBXModel canyon(folder + "/Level01Version6.fbx", folder + "/orange.tga", 0.015f);
+        const std::unique_ptr<FBXModel> terrain = load(folder, level::kTerrain);
+        const std::unique_ptr<FBXModel> canyon = load(folder, level::kCanyon);
         Scene scene; // nothing to load here: an empty level whose list holds ours
         Object3D pieces[4];
-        place(pieces[0], &terrain, 90.0f, Vector3D(-285, 10, -275));
-        place(pieces[1], sky_.get(), 0.0f, Vector3D(0, -20, 0));
+        place(pieces[0], terrain.get(), level::kTerrainPlacement);
+        place(pieces[1], sky_.get(), level::kSkyPlacement);
         pieces[1].materialFace = GL_FRONT_AND_BACK;
-        place(pieces[2], &canyon, 90.0f, Vector3D(-270, 15.5f, -350));
-        place(pieces[3], plant_.get(), 0.0f, Vector3D(-110, 15, -240));
+        place(pieces[2], canyon.get(), level::kCanyonPlacement);
+        place(pieces[3], plant_.get(), level::kPowerPlantPlacement);
         for (Object3D& piece : pieces) {
             scene.getSceneList()->attach(&piece);
         }
@@ -99,10 +99,16 @@ protected:
         return views;
     }
 
-    static void place(Object3D& o, FBXModel* model, float turn, const Vector3D& at) {
+    // A model of the level, loaded from the folder at its scale.
+    static std::unique_ptr<FBXModel> load(const std::string& folder,
+                                          const level::ModelAsset& asset) {
+        return std::make_unique<FBXModel>(folder + "/" + asset.file, folder + "/" + asset.texture,
+                                          asset.scale);
+    }
+    static void place(Object3D& o, FBXModel* model, const level::Placement& placement) {
         o.setModel(model);
-        o.setPosition(at);
-        o.rotationY = turn;
+        o.setPosition(placement.position);
+        o.rotationY = placement.turnDegrees;
     }
 
     std::unique_ptr<FBXModel> plant_;

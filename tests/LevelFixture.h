@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Engine.h"
+#include "GameRules.h"
 #include "InputManager.h"
 #include "LevelMeshes.h"
 #include "Object3D.h"
@@ -13,15 +14,14 @@
 
 #include <cmath>
 
-class LevelFixture : public TempDirTest {
+class LevelFixture : public DataFolderTest {
 protected:
     void SetUp() override {
-        TempDirTest::SetUp();
-        openTestWindow();
-        linkDataFiles();
+        DataFolderTest::SetUp();
         ManualClock::install();
         engine_ = Engine::getInstance();
         engine_->physics = new PhysicsWorld();
+        GameRules::install(*engine_->physics);
         scene_ = new Scene();
         engine_->scene = scene_;
     }

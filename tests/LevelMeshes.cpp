@@ -8,21 +8,6 @@
 #include <cmath>
 #include <filesystem>
 
-std::string dataFile(const std::string& name) {
-    return std::string(HERDER_DATA_DIR) + "/" + name;
-}
-
-void linkDataFiles() {
-    namespace fs = std::filesystem;
-    for (const auto& entry : fs::directory_iterator(HERDER_DATA_DIR)) {
-        const std::string ext = entry.path().extension().string();
-        if (ext == ".fbx" || ext == ".tga") {
-            std::error_code ignored;
-            fs::create_symlink(entry.path(), entry.path().filename(), ignored);
-        }
-    }
-}
-
 ImportedModel importModel(const std::string& path) {
     ImportedModel m;
     m.importer = std::make_shared<Assimp::Importer>();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "LevelLayout.h"
+#include "TestSupport.h"
 
 #include <assimp/scene.h>
 
@@ -13,12 +14,6 @@
 namespace Assimp {
 class Importer;
 }
-
-// A file of the build's data folder.
-std::string dataFile(const std::string& name);
-// Links every model and texture of the data folder into the working directory, where the game's
-// preset models look for them.
-void linkDataFiles();
 
 // An imported scene that stays valid as long as this object lives.
 struct ImportedModel {

@@ -1,47 +1,26 @@
 // Every generated file, read back the way the game reads it: one triangle mesh with normals and
 // UVs on a child of the root, within its triangle budget; skinned characters with normalised
-// weights and a whole-second take; 24-bit textures of sensible size; the default settings.
+// weights and a whole-second take; 24-bit textures of sensible size; the default settings; and
+// every writer writing the same bytes as the build did.
+#include "GeneratedFiles.h"
 #include "LevelMeshes.h"
 #include "Models.h"
 #include "SettingsFile.h"
 #include "TGAImage.h"
+#include "TestSupport.h"
 
 #include <assimp/Importer.hpp>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
-struct ModelCase {
-    const char* file;
-    const char* texture;
-    size_t budget;
-    bool animated;
-};
+class ModelFileTest : public ::testing::TestWithParam<GeneratedFile> {};
 
-const ModelCase kModels[] = {
-    {"Schachbrettkugel100.fbx", "checkerboard.tga", 1000, false},
-    {"AniBrannicRun5.fbx", "Brannic.tga", 3000, true},
-    {"AniSheepRun2.fbx", "AniSheepRun2.tga", 3000, true},
-    {"Flag.fbx", "Flag.tga", 1000, false},
-    {"Rocket.fbx", "Rocket.tga", 1000, false},
-    {"Level01Boden3.fbx", "Terrain2.tga", 50000, false},
-    {"Sky.fbx", "Skyred.tga", 4000, false},
-    {"Level01Version6.fbx", "orange.tga", 20000, false},
-    {"Oeltank.fbx", "Oeltank.tga", 8000, false},
-    {"AniWolfRun4.fbx", "Wolf2.tga", 3000, true},
-    {"TerrainOptimiert5.fbx", "Canyon1.tga", 50000, false},
-};
-
-class ModelFileTest : public ::testing::TestWithParam<ModelCase> {};
-
-void checkMeshShape(const ModelCase& c, const aiScene* scene) {
-    ASSERT_EQ(scene->mNumMeshes, 1u) << c.file;
+void checkMeshShape(const GeneratedFile& c, const aiScene* scene) {
+    ASSERT_EQ(scene->mNumMeshes, 1u) << c.name;
     int meshChildren = 0;
     for (unsigned i = 0; i < scene->mRootNode->mNumChildren; ++i) {
         meshChildren += scene->mRootNode->mChildren[i]->mNumMeshes > 0 ? 1 : 0;
@@ -55,17 +34,17 @@ void checkMeshShape(const ModelCase& c, const aiScene* scene) {
     EXPECT_TRUE(mesh->HasNormals());
     EXPECT_TRUE(mesh->HasTextureCoords(0));
     EXPECT_GT(mesh->mNumFaces, 0u);
-    EXPECT_LE(mesh->mNumFaces, c.budget) << c.file;
+    EXPECT_LE(mesh->mNumFaces, c.triangleBudget) << c.name;
     for (unsigned v = 0; v < mesh->mNumVertices; ++v) {
         ASSERT_TRUE(std::isfinite(mesh->mVertices[v].x) && std::isfinite(mesh->mVertices[v].y) &&
                     std::isfinite(mesh->mVertices[v].z));
-        ASSERT_NEAR(mesh->mNormals[v].Length(), 1.0f, 0.02f) << c.file << " vertex " << v;
+        ASSERT_NEAR(mesh->mNormals[v].Length(), 1.0f, 0.02f) << c.name << " vertex " << v;
     }
 }
 
-void checkSkin(const ModelCase& c, const aiScene* scene) {
+void checkSkin(const GeneratedFile& c, const aiScene* scene) {
     const aiMesh* mesh = scene->mMeshes[0];
-    if (!c.animated) {
+    if (!c.asset->animated) {
         EXPECT_EQ(mesh->mNumBones, 0u);
         EXPECT_EQ(scene->mNumAnimations, 0u);
         return;
@@ -78,7 +57,7 @@ void checkSkin(const ModelCase& c, const aiScene* scene) {
         }
     }
     for (unsigned v = 0; v < mesh->mNumVertices; ++v) {
-        ASSERT_NEAR(sums[v], 1.0f, 1e-3f) << c.file << " vertex " << v;
+        ASSERT_NEAR(sums[v], 1.0f, 1e-3f) << c.name << " vertex " << v;
     }
     ASSERT_EQ(scene->mNumAnimations, 1u);
     const aiAnimation* take = scene->mAnimations[0];
@@ -89,17 +68,17 @@ void checkSkin(const ModelCase& c, const aiScene* scene) {
 }
 
 TEST_P(ModelFileTest, ReimportsAsTheGameExpects) {
-    const ModelCase& c = GetParam();
-    const ImportedModel model = importModel(dataFile(c.file));
-    ASSERT_NE(model.scene, nullptr) << c.file << ": " << model.error;
+    const GeneratedFile& c = GetParam();
+    const ImportedModel model = importModel(dataFile(c.asset->file));
+    ASSERT_NE(model.scene, nullptr) << c.name << ": " << model.error;
     checkMeshShape(c, model.scene);
     checkSkin(c, model.scene);
 }
 
 TEST_P(ModelFileTest, TextureIsAReadable24BitImage) {
-    const ModelCase& c = GetParam();
+    const GeneratedFile& c = GetParam();
     TGAImage image;
-    ASSERT_EQ(readTGA(&image, dataFile(c.texture).c_str()), 0) << c.texture;
+    ASSERT_EQ(readTGA(&image, dataFile(c.asset->texture).c_str()), 0) << c.asset->texture;
     EXPECT_EQ(image.pixelDepth, 24);
     EXPECT_TRUE(image.imageType == 2 || image.imageType == 10);
     for (int size : {image.width, image.height}) {
@@ -110,17 +89,14 @@ TEST_P(ModelFileTest, TextureIsAReadable24BitImage) {
     freeBuffers(&image);
 }
 
-INSTANTIATE_TEST_SUITE_P(Generated, ModelFileTest, ::testing::ValuesIn(kModels),
-                         [](const ::testing::TestParamInfo<ModelCase>& info) {
-                             std::string name = info.param.file;
-                             return name.substr(0, name.find('.'));
-                         });
+INSTANTIATE_TEST_SUITE_P(Generated, ModelFileTest, ::testing::ValuesIn(kGeneratedFiles),
+                         generatedName);
 
 TEST(GeneratedContentTest, SomeTexturesAreRunLengthEncoded) {
     int encoded = 0;
-    for (const ModelCase& c : kModels) {
+    for (const GeneratedFile& c : kGeneratedFiles) {
         TGAImage image;
-        if (readTGA(&image, dataFile(c.texture).c_str()) == 0 && image.imageType == 10) {
+        if (readTGA(&image, dataFile(c.asset->texture).c_str()) == 0 && image.imageType == 10) {
             ++encoded;
         }
         freeBuffers(&image);
@@ -137,29 +113,22 @@ TEST(GeneratedContentTest, DefaultSettingsHoldTheFourKeysInReadingOrder) {
     EXPECT_EQ(settings.getInt("GAME_SPEED"), 1);
 }
 
-std::string fileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+// Every writer, run again into a scratch folder, writes what the build wrote into its data folder;
+// and the table of generated files above covers every model the generator writes.
+using GeneratorTest = TempDirTest;
 
-TEST(GeneratedContentTest, GeneratorWritesTheSameBytesEveryTime) {
-    namespace fs = std::filesystem;
-    const fs::path root = fs::temp_directory_path() / ("herder-assets-" + std::to_string(getpid()));
-    const std::string first = (root / "a").string(), second = (root / "b").string();
-    fs::create_directories(first);
-    fs::create_directories(second);
-    for (const std::string& dir : {first, second}) {
-        ASSERT_TRUE(assets::writeFlag(dir));
-        ASSERT_TRUE(assets::writeCanyon(dir));
-        ASSERT_TRUE(assets::writeSky(dir));
+TEST_F(GeneratorTest, EveryWriterWritesTheSameBytesEveryTime) {
+    for (const assets::GeneratedModel& model : assets::kGeneratedModels) {
+        ASSERT_TRUE(model.write(".")) << model.asset->file;
+        for (const char* name : {model.asset->file, model.asset->texture}) {
+            const std::string again = fileBytes(name);
+            EXPECT_FALSE(again.empty()) << name;
+            EXPECT_TRUE(again == fileBytes(dataFile(name))) << name << " differs between runs";
+        }
+        EXPECT_TRUE(std::any_of(std::begin(kGeneratedFiles), std::end(kGeneratedFiles),
+                                [&](const GeneratedFile& f) { return f.asset == model.asset; }))
+            << model.asset->file << " is missing from the table of generated files";
     }
-    for (const char* name :
-         {"Flag.fbx", "Flag.tga", "Level01Version6.fbx", "orange.tga", "Sky.fbx", "Skyred.tga"}) {
-        const std::string a = fileBytes(first + "/" + name);
-        EXPECT_FALSE(a.empty()) << name;
-        EXPECT_TRUE(a == fileBytes(second + "/" + name)) << name << " differs between runs";
-    }
-    fs::remove_all(root);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "Object3D.h"
 #include "Camera.h"
 #include "CharacterController.h"
-#include "ControllerHitReport.h"
 #include "Engine.h"
 #include "InputManager.h"
 #include "PhysicsActor.h"
@@ -93,7 +92,7 @@ TEST_F(Object3DTest, BodiesOverrideTheObjectsOwnPosition) {
     EXPECT_FLOAT_EQ(o.getPosition().x, 4.0f);
     EXPECT_FLOAT_EQ(o.getPosition().z, 6.0f);
 
-    CharacterController controller(nullptr, &actor, nullptr, 2.0f, 0.5f, nullptr);
+    CharacterController controller(nullptr, &actor, nullptr, 2.0f, 0.5f);
     Object3D walker;
     walker.controller = &controller;
     walker.walkVector = Vector3D(1, 0, 0);
@@ -125,7 +124,7 @@ TEST_F(Object3DTest, TransformsForOwnStateActorAndController) {
     });
     expectSameMatrix(matrixAfter([&] { o.applyTransform(); }), pose); // Euler angles ignored
 
-    CharacterController controller(nullptr, &actor, nullptr, 2.0f, 0.5f, nullptr);
+    CharacterController controller(nullptr, &actor, nullptr, 2.0f, 0.5f);
     o.controller = &controller;
     for (int type : {Object3D::kSheep, Object3D::kHerder}) {
         o.type = type;

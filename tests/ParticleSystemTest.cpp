@@ -113,7 +113,7 @@ TEST_F(ParticleSystemTest, ParticlesAreThrownOnARingAroundTheVertical) {
         const float up = p->initialVelocity.y - (2.0f + 4.0f * 1.5f);
         EXPECT_NEAR(std::fabs(up), std::fabs(spread), 1e-4f) << i;
         ASSERT_NE(p->actor, nullptr);
-        EXPECT_EQ(p->actor->shapeGroup, PhysicsWorld::kParticleShapeGroup);
+        EXPECT_EQ(p->actor->shapeGroup, ShapeGroup::kParticle);
         EXPECT_EQ(p->actor->userData, p);
     }
     const Particle* last = system.particles[2];

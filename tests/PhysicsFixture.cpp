@@ -1,5 +1,5 @@
 // The physics test fixture: a fresh world per test, level geometry cooked from hand-made models,
-// and controllers whose hit reports record what reached them.
+// and a hit report that records what the controllers' moves reached.
 #include "PhysicsFixture.h"
 
 #include "CharacterController.h"
@@ -26,17 +26,22 @@ void addQuad(std::vector<LevelTriangle>& out, const Vector3D& a, const Vector3D&
 
 } // namespace
 
-void RecordingHitReport::onShapeHit(Object3D* mover, Object3D* target) {
-    hits.emplace_back(mover, target);
+void RecordingHitReport::onShapeHit(const Touch& mover, const Touch& target) {
+    hits.emplace_back(mover.owner, target.owner);
     ControllerHitReport::onShapeHit(mover, target);
+}
+
+void RecordingHitReport::wolfCaughtSheep(Object3D* wolf, Object3D* sheep) {
+    catches.emplace_back(wolf, sheep);
 }
 
 bool RecordingHitReport::reported(Object3D* mover, Object3D* target) const {
     return std::find(hits.begin(), hits.end(), Pair(mover, target)) != hits.end();
 }
 
-void RecordingHitReport::wolfCaughtSheep(Object3D* wolf, Object3D* sheep, bool) {
-    catches.emplace_back(wolf, sheep);
+long RecordingHitReport::reportedBy(const Object3D* mover) const {
+    return std::count_if(hits.begin(), hits.end(),
+                         [mover](const Pair& hit) { return hit.first == mover; });
 }
 
 PhysicsFixture::PhysicsFixture() = default;
@@ -45,6 +50,7 @@ PhysicsFixture::~PhysicsFixture() = default;
 void PhysicsFixture::SetUp() {
     TempDirTest::SetUp();
     world_ = std::make_unique<PhysicsWorld>();
+    world_->setControllerHitReport(&hits_);
 }
 
 void PhysicsFixture::TearDown() {
@@ -109,17 +115,13 @@ PhysicsActor* PhysicsFixture::addRamp(float degrees, float half) {
 }
 
 CharacterController* PhysicsFixture::addController(Object3D* owner, const Vector3D& centre,
-                                                   float height, float radius) {
+                                                   float height, float radius, int group) {
     CharacterController* controller = world_->createController(owner, height, radius);
-    controller->setReport(std::make_unique<RecordingHitReport>());
+    controller->getActor()->group = group;
     controller->setPosition(centre);
     controller->setCollision(true);
     owner->controller = controller;
     return controller;
-}
-
-RecordingHitReport& PhysicsFixture::reportOf(const CharacterController* controller) {
-    return *static_cast<RecordingHitReport*>(controller->getReport());
 }
 
 void PhysicsFixture::place(PhysicsActor* actor, const Vector3D& position) {

@@ -2,13 +2,12 @@
 // first-touch contact reports by actor-group pairs, shape-group filtering, and the report rules.
 #include "PhysicsWorld.h"
 #include "ContactReport.h"
-#include "ControllerHitReport.h"
-#include "Engine.h"
 #include "FBXModel.h"
 #include "MemoryReadBuffer.h"
 #include "MemoryWriteBuffer.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
+#include "PhysicsFixture.h"
 #include "TestSupport.h"
 #include "UserStream.h"
 
@@ -34,7 +33,7 @@ void flatSquare(FBXModel& m, float half, float y, float scale) {
     m.scale = scale;
 }
 
-// Records what the contact rules decided.
+// Records what the contact rules decided: the physics side of the reports, without the game.
 struct RecordingReport : ContactReport {
     std::vector<std::pair<Object3D*, Object3D*>> sheepHits, wolfHits;
     std::vector<Object3D*> levelHits;
@@ -172,33 +171,31 @@ TEST_F(PhysicsWorldTest, TouchesAreReportedOncePerFlaggedPair) {
     world.setContactReport(&report);
     FBXModel groundModel;
     flatSquare(groundModel, 100, 0, 1);
-    Object3D ground, rocket, wolfA, wolfB, herder;
-    ground.type = Object3D::kScenery;
-    rocket.type = Object3D::kRocket;
-    wolfA.type = wolfB.type = Object3D::kWolf;
-    herder.type = Object3D::kHerder;
+    Object3D ground, rocket, wolfA, wolfB;
     PhysicsActor* mesh = world.createStaticMesh(&groundModel);
-    mesh->group = 6;
+    mesh->group = ActorGroup::kGround;
     mesh->userData = &ground;
     PhysicsActor* r = world.createCapsuleActor(&rocket, 0.2f, 0.1f);
-    r->group = 4;
+    r->group = ActorGroup::kRocket;
     r->setGlobalPosition(Vector3D(0, 1, 0));
     heightAfterFalling(world, r, 4.0f, 0.1f); // lands and rests on the ground for seconds
     ASSERT_EQ(report.levelHits.size(), 1u) << "resting on the mesh reports only once";
     EXPECT_EQ(report.levelHits[0], &rocket);
 
-    // Two falling wolves' bodies touch each other and the ground: groups (2,2) and (2,6) are
-    // not flagged.
+    // Two falling wolves' bodies touch each other and the ground: those pairs are not flagged.
     PhysicsActor* a = world.createCapsuleActor(&wolfA, 1.0f, 0.5f);
     PhysicsActor* b = world.createCapsuleActor(&wolfB, 1.0f, 0.5f);
-    a->group = b->group = 2;
+    a->group = b->group = ActorGroup::kWolf;
     a->setGlobalPosition(Vector3D(10, 0, 0));
     b->setGlobalPosition(Vector3D(10, 2.2f, 0));
     heightAfterFalling(world, b, 2.0f, 0.1f);
     EXPECT_TRUE(report.wolfHits.empty());
     EXPECT_EQ(report.levelHits.size(), 1u);
-    EXPECT_TRUE(world.reportsPair(4, 2) && world.reportsPair(3, 4) && world.reportsPair(10, 4));
-    EXPECT_FALSE(world.reportsPair(4, 4) || world.reportsPair(2, 3) || world.reportsPair(6, 10));
+    using namespace ActorGroup;
+    EXPECT_TRUE(world.reportsPair(kRocket, kWolf) && world.reportsPair(kSheep, kRocket) &&
+                world.reportsPair(kCanyon, kRocket) && world.reportsPair(kGround, kRocket));
+    EXPECT_FALSE(world.reportsPair(kRocket, kRocket) || world.reportsPair(kWolf, kSheep) ||
+                 world.reportsPair(kGround, kCanyon));
 }
 
 TEST_F(PhysicsWorldTest, ParticlesPassThroughEachOtherButNotTheGround) {
@@ -209,15 +206,15 @@ TEST_F(PhysicsWorldTest, ParticlesPassThroughEachOtherButNotTheGround) {
     Object3D owner;
     PhysicsActor* lower = world.createCapsuleActor(&owner, 0.05f, 0.5f);
     PhysicsActor* upper = world.createCapsuleActor(&owner, 0.05f, 0.5f);
-    lower->shapeGroup = upper->shapeGroup = PhysicsWorld::kParticleShapeGroup;
+    lower->shapeGroup = upper->shapeGroup = ShapeGroup::kParticle;
     lower->setGlobalPosition(Vector3D(0, 0, 0));
     upper->setGlobalPosition(Vector3D(0, 3, 0));
     EXPECT_NEAR(heightAfterFalling(world, upper, 3.0f, 0.1f), 0.0f, 0.1f)
         << "the upper particle ends on the ground, not on the lower one";
     EXPECT_NEAR(lower->getGlobalPosition().y, 0.0f, 0.1f);
-    EXPECT_FALSE(world.groupsCollide(9, 9));
-    EXPECT_FALSE(world.groupsCollide(10, 9));
-    EXPECT_TRUE(world.groupsCollide(9, 0));
+    EXPECT_FALSE(world.groupsCollide(ShapeGroup::kParticle, ShapeGroup::kParticle));
+    EXPECT_FALSE(world.groupsCollide(ShapeGroup::kCanyon, ShapeGroup::kParticle));
+    EXPECT_TRUE(world.groupsCollide(ShapeGroup::kParticle, ShapeGroup::kDefault));
 }
 
 // Particles thrown hard at the level are stopped by what they collide with (the terrain's group)
@@ -229,11 +226,11 @@ TEST_F(PhysicsWorldTest, FastParticlesStopAtTheGroundAndPassTheCanyon) {
     flatSquare(canyonModel, 100, -10, 1);
     world.createStaticMesh(&groundModel);
     PhysicsActor* canyon = world.createStaticMesh(&canyonModel);
-    canyon->shapeGroup = 10;
+    canyon->shapeGroup = ShapeGroup::kCanyon;
     Object3D owner;
     PhysicsActor* above = world.createCapsuleActor(&owner, 0.001f, 0.05f);
     PhysicsActor* below = world.createCapsuleActor(&owner, 0.001f, 0.05f);
-    above->shapeGroup = below->shapeGroup = PhysicsWorld::kParticleShapeGroup;
+    above->shapeGroup = below->shapeGroup = ShapeGroup::kParticle;
     above->setGlobalPosition(Vector3D(0, 2, 0));
     below->setGlobalPosition(Vector3D(5, -5, 0));
     for (PhysicsActor* p : {above, below}) {
@@ -246,25 +243,31 @@ TEST_F(PhysicsWorldTest, FastParticlesStopAtTheGroundAndPassTheCanyon) {
     EXPECT_LT(below->getGlobalPosition().y, -10.0f) << "stopped by the canyon";
 }
 
-TEST(ContactRulesTest, KindsDecideInTheirOrder) {
-    Object3D sheep, wolf, rocket, level, herder, otherSheep;
-    sheep.type = otherSheep.type = Object3D::kSheep;
-    wolf.type = Object3D::kWolf;
-    rocket.type = Object3D::kRocket;
-    level.type = Object3D::kScenery;
-    herder.type = Object3D::kHerder;
+// The contact rules by actor group, in their order; the owners are only handed on.
+TEST(ContactRulesTest, GroupsDecideInTheirOrder) {
+    Object3D o[6];
+    using namespace ActorGroup;
+    const Touch sheep{&o[0], kSheep}, wolf{&o[1], kWolf}, rocket{&o[2], kRocket},
+        ground{&o[3], kGround}, canyon{&o[4], kCanyon}, herder{&o[5], kNone};
+    const Touch otherSheep{&o[5], kSheep}, nobody{nullptr, kRocket};
     using O = ContactReport::Outcome;
     const struct {
-        Object3D* a;
-        Object3D* b;
+        Touch a, b;
         O outcome;
         Object3D* subject;
     } cases[] = {
-        {&sheep, &rocket, O::SheepHit, &sheep},  {&rocket, &sheep, O::SheepHit, &sheep},
-        {&rocket, &wolf, O::WolfHit, &wolf},     {&level, &rocket, O::RocketOnLevel, &level},
-        {&rocket, &herder, O::None, nullptr},    {&sheep, &wolf, O::None, nullptr},
-        {&wolf, &level, O::None, nullptr},       {&rocket, &rocket, O::None, nullptr},
-        {&sheep, &otherSheep, O::None, nullptr}, {nullptr, &rocket, O::None, nullptr},
+        {sheep, rocket, O::SheepHit, sheep.owner},
+        {rocket, sheep, O::SheepHit, sheep.owner},
+        {rocket, wolf, O::WolfHit, wolf.owner},
+        {ground, rocket, O::RocketOnLevel, ground.owner},
+        {rocket, canyon, O::RocketOnLevel, canyon.owner},
+        {rocket, herder, O::None, nullptr},
+        {sheep, wolf, O::None, nullptr},
+        {wolf, ground, O::None, nullptr},
+        {rocket, rocket, O::None, nullptr},
+        {sheep, otherSheep, O::None, nullptr},
+        {nobody, rocket, O::None, nullptr},
+        {sheep, nobody, O::None, nullptr},
     };
     for (const auto& c : cases) {
         Object3D* subject = nullptr;
@@ -272,42 +275,39 @@ TEST(ContactRulesTest, KindsDecideInTheirOrder) {
         EXPECT_EQ(ContactReport::classify(c.a, c.b, &subject, &hitBy), c.outcome);
         if (c.subject != nullptr) {
             EXPECT_EQ(subject, c.subject);
-            EXPECT_EQ(hitBy, &rocket);
+            EXPECT_EQ(hitBy, rocket.owner);
         }
     }
     Object3D* subject = nullptr;
     Object3D* other = nullptr;
-    ContactReport::classify(&sheep, &otherSheep, &subject, &other);
-    EXPECT_EQ(subject, &otherSheep) << "with two of a kind the second is taken";
+    ContactReport::classify(sheep, otherSheep, &subject, &other);
+    EXPECT_EQ(subject, otherSheep.owner) << "with two of a group the second is taken";
+
+    RecordingReport report;
+    for (const auto& c : cases) {
+        report.onContactNotify(c.a, c.b);
+    }
+    using Pair = std::pair<Object3D*, Object3D*>;
+    EXPECT_EQ(report.wolfHits, std::vector<Pair>{Pair(wolf.owner, rocket.owner)});
+    EXPECT_EQ(report.sheepHits, std::vector<Pair>(2, Pair(sheep.owner, rocket.owner)));
+    EXPECT_EQ(report.levelHits, std::vector<Object3D*>(2, rocket.owner));
 }
 
-struct RecordingHits : ControllerHitReport {
-    std::vector<std::pair<Object3D*, Object3D*>> catches;
-    std::vector<bool> pathSearch;
-    void wolfCaughtSheep(Object3D* wolf, Object3D* sheep, bool search) override {
-        catches.push_back({wolf, sheep});
-        pathSearch.push_back(search);
-    }
-};
-
 TEST(ControllerHitRulesTest, OnlyAWolfRunningIntoASheepCatchesIt) {
-    Object3D sheep, wolf, herder, level;
-    sheep.type = Object3D::kSheep;
-    wolf.type = Object3D::kWolf;
-    herder.type = Object3D::kHerder;
-    level.type = Object3D::kScenery;
-    RecordingHits hits;
-    hits.onShapeHit(&sheep, &wolf);
-    hits.onShapeHit(&herder, &sheep);
-    hits.onShapeHit(&wolf, &level);
-    hits.onShapeHit(&wolf, nullptr);
-    hits.onShapeHit(nullptr, &sheep);
+    Object3D o[4];
+    using namespace ActorGroup;
+    const Touch sheep{&o[0], kSheep}, wolf{&o[1], kWolf}, herder{&o[2], kNone},
+        level{&o[3], kGround};
+    RecordingHitReport hits;
+    hits.onShapeHit(sheep, wolf);
+    hits.onShapeHit(herder, sheep);
+    hits.onShapeHit(wolf, level);
+    hits.onShapeHit(wolf, Touch{nullptr, kSheep});
+    hits.onShapeHit(Touch{nullptr, kWolf}, sheep);
     EXPECT_TRUE(hits.catches.empty());
-    Engine::getInstance()->pathSearch = true;
-    hits.onShapeHit(&wolf, &sheep);
+    hits.onShapeHit(wolf, sheep);
     ASSERT_EQ(hits.catches.size(), 1u);
-    EXPECT_EQ(hits.catches[0].first, &wolf);
-    EXPECT_TRUE(hits.pathSearch[0]);
+    EXPECT_EQ(hits.catches[0], RecordingHitReport::Pair(wolf.owner, sheep.owner));
 }
 
 } // namespace

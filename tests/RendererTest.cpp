@@ -3,7 +3,6 @@
 #include "Renderer.h"
 #include "Camera.h"
 #include "CharacterController.h"
-#include "ControllerHitReport.h"
 #include "Engine.h"
 #include "LensFlare.h"
 #include "Object3D.h"
@@ -80,7 +79,7 @@ TEST_F(RendererTest, CameraStandsBehindTheControllerCapsuleAndFrustumMatchesIt) 
     t.setOrigin(btVector3(10, 3, -4));
     body.setWorldTransform(t);
     PhysicsActor capsule(&body);
-    CharacterController controller(nullptr, &capsule, nullptr, 2.0f, 0.5f, nullptr);
+    CharacterController controller(nullptr, &capsule, nullptr, 2.0f, 0.5f);
     Object3D herder;
     herder.setPosition(Vector3D(100, 100, 100)); // stale: the capsule is what counts
     herder.controller = &controller;

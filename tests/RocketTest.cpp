@@ -5,6 +5,7 @@
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
+#include "GameRules.h"
 #include "InputManager.h"
 #include "LevelFixture.h"
 #include "LevelMeshes.h"
@@ -24,15 +25,6 @@
 #include <vector>
 
 namespace {
-
-bool inRing(const List& list, const Node* node) {
-    for (int i = 0; i < list.count(); ++i) {
-        if (list.getAt(i) == node) {
-            return true;
-        }
-    }
-    return false;
-}
 
 std::vector<ParticleSystem*> burstsIn(const List& list) {
     std::vector<ParticleSystem*> bursts;
@@ -63,6 +55,7 @@ protected:
     void SetUp() override {
         PhysicsFixture::SetUp();
         Engine::getInstance()->physics = &world();
+        GameRules::install(world());
         list_.attach(&rocket_);
         rocket_.setPosition(Vector3D(0, 2.5f, 0));
     }
@@ -97,12 +90,12 @@ TEST_F(RocketPhysicsTest, HitChangesNothing) {
 }
 
 TEST_F(RocketPhysicsTest, RocketShotIntoTheGroundBurstsOnceOnIt) {
-    addGround(0.0f, 100.0f)->group = 6;
+    addGround(0.0f, 100.0f)->group = ActorGroup::kGround;
     rocket_.launch(Vector3D(0, -5, -40) * kPush); // looking down
     run(0.5f);
     ASSERT_EQ(rocket_.actor, nullptr) << "burst within half a second";
     EXPECT_FALSE(rocket_.visible);
-    EXPECT_FALSE(inRing(list_, &rocket_));
+    EXPECT_FALSE(listed(list_, &rocket_));
     EXPECT_FALSE(hasBody(world(), &rocket_)) << "its body is released";
     run(2.0f);
     const std::vector<ParticleSystem*> bursts = burstsIn(list_);
@@ -118,8 +111,8 @@ TEST_F(RocketPhysicsTest, RocketShotIntoTheGroundBurstsOnceOnIt) {
 TEST_F(RocketPhysicsTest, RocketTouchingTwoPiecesOfTheLevelAtOnceBurstsOnce) {
     // Terrain with the canyon's floor lying on it: both reports arrive in the same step, and the
     // second must not reach the body that the first one released.
-    addGround(0.0f, 100.0f)->group = 6;
-    addGround(0.0f, 50.0f)->group = 10;
+    addGround(0.0f, 100.0f)->group = ActorGroup::kGround;
+    addGround(0.0f, 50.0f)->group = ActorGroup::kCanyon;
     rocket_.launch(Vector3D(0, -5, 0) * kPush);
     run(1.0f);
     EXPECT_EQ(rocket_.actor, nullptr);
@@ -128,7 +121,7 @@ TEST_F(RocketPhysicsTest, RocketTouchingTwoPiecesOfTheLevelAtOnceBurstsOnce) {
 
 TEST_F(RocketPhysicsTest, FullSpeedRocketHitsACapsuleTwentyUnitsAway) {
     Object3D* wolf = makeObject(Object3D::kWolf);
-    addController(wolf, Vector3D(0, 2.75f, -20), 2.0f, 0.5f)->getActor()->group = 2;
+    addController(wolf, Vector3D(0, 2.75f, -20), 2.0f, 0.5f, ActorGroup::kWolf);
     rocket_.launch(Vector3D(0, 0, -40) * kPush);
     ASSERT_GT(std::fabs(rocket_.actor->getLinearVelocity().z) * 0.1f, 2.0f)
         << "one step carries the rocket further than the capsule is thick";
@@ -165,11 +158,11 @@ TEST_F(RocketSceneTest, UntouchedRocketsGoAfterFiveSecondsAndNamesCountOn) {
     }
     run(4.9);
     for (Object3D* rocket : fired) {
-        EXPECT_TRUE(inRing(*scene_->getSceneList(), rocket)) << "still flying at 4.9 s";
+        EXPECT_TRUE(listed(*scene_->getSceneList(), rocket)) << "still flying at 4.9 s";
     }
     run(0.2);
     for (Object3D* rocket : fired) {
-        EXPECT_FALSE(inRing(*scene_->getSceneList(), rocket));
+        EXPECT_FALSE(listed(*scene_->getSceneList(), rocket));
     }
     EXPECT_TRUE(scene_->getRockets().empty());
     EXPECT_TRUE(burstsIn(*scene_->getSceneList()).empty()) << "no explosion";
@@ -214,7 +207,7 @@ TEST_F(RocketSceneTest, FireRequestShootsAlongTheFacingAndPitchRaisesTheShot) {
         EXPECT_NEAR(v.x * facing.z - v.z * facing.x, 0.0f, 1e-3f) << "no sideways drift";
         const float climb = v.y / (v.x * facing.x + v.z * facing.z);
         EXPECT_NEAR(climb, (5.0f - 8.0f * height) / 40.0f, 1e-4f) << "camera height " << height;
-        EXPECT_EQ(rocket->actor->group, 4);
+        EXPECT_EQ(rocket->actor->group, ActorGroup::kRocket);
         EXPECT_EQ(rocket->model, scene_->getModels()[4]);
     }
     EXPECT_EQ(scene_->getRockets().size(), 2u);

@@ -53,7 +53,7 @@ TEST_F(SceneTest, LevelIsBuiltInItsOrder) {
         EXPECT_EQ(sheep->type, Object3D::kSheep);
         EXPECT_FLOAT_EQ(sheep->getPosition().x, 10.0f * i - 30.0f);
         ASSERT_NE(sheep->controller, nullptr);
-        EXPECT_EQ(sheep->controller->getActor()->group, 3);
+        EXPECT_EQ(sheep->controller->getActor()->group, ActorGroup::kSheep);
         EXPECT_EQ(sheep->controller->getActor()->userData, sheep);
         EXPECT_FLOAT_EQ(sheep->controller->getPosition().y, 10.25f) << "half its height up";
     }
@@ -77,12 +77,12 @@ TEST_F(SceneTest, SceneryStandsWhereItsActorsWereMoved) {
     auto* goal = dynamic_cast<Object3D*>(scene_->getSceneList()->getAt(4));
     ASSERT_TRUE(terrain && canyon && plant && goal);
     ASSERT_NE(terrain->actor, nullptr);
-    EXPECT_EQ(terrain->actor->group, 6);
-    EXPECT_EQ(canyon->actor->group, 10);
-    EXPECT_EQ(plant->actor->group, 6);
+    EXPECT_EQ(terrain->actor->group, ActorGroup::kGround);
+    EXPECT_EQ(canyon->actor->group, ActorGroup::kCanyon);
+    EXPECT_EQ(plant->actor->group, ActorGroup::kGround);
     EXPECT_EQ(terrain->actor->userData, terrain);
-    EXPECT_FLOAT_EQ(terrain->actor->getGlobalPosition().x, -285.0f);
-    EXPECT_FLOAT_EQ(canyon->actor->getGlobalPosition().z, -350.0f);
+    EXPECT_FLOAT_EQ(terrain->actor->getGlobalPosition().x, level::kTerrainPlacement.position.x);
+    EXPECT_FLOAT_EQ(canyon->actor->getGlobalPosition().z, level::kCanyonPlacement.position.z);
     float pose[16];
     terrain->actor->getGlobalPose(pose);
     EXPECT_NEAR(pose[0], 0.0f, 1e-6f) << "turned 90 degrees about y";
@@ -225,24 +225,23 @@ TEST_F(SceneTest, SwitchesHideTheBallModelAndMarkersLogThePosition) {
 
 TEST_F(SceneTest, ARocketKillsASheepOnceAndLeavesABurst) {
     AISheep* sheep = scene_->getSheep()[2];
-    const int listed = scene_->getSceneList()->count();
+    const int members = scene_->getSceneList()->count();
     const Vector3D at = sheep->controller->getActor()->getGlobalPosition();
-    sheep->dieByRocket();
-    sheep->dieByRocket(); // a second rocket contact in the same step
+    RocketContacts rules;
+    rules.sheepHit(sheep, nullptr);
+    rules.sheepHit(sheep, nullptr); // a second rocket contact in the same step
     EXPECT_EQ(scene_->getSheepCount(), 5);
     EXPECT_FALSE(sheep->alive());
     EXPECT_FALSE(sheep->visible);
     EXPECT_EQ(sheep->controller, nullptr);
     EXPECT_EQ(scene_->getSheep()[2], sheep) << "dead sheep stay in the sheep list";
-    EXPECT_EQ(scene_->getSceneList()->count(), listed) << "the sheep out, one burst in";
+    EXPECT_EQ(scene_->getSceneList()->count(), members) << "the sheep out, one burst in";
     auto* burst = dynamic_cast<ParticleSystem*>(scene_->getSceneList()->head()->prev);
     ASSERT_NE(burst, nullptr);
     EXPECT_FLOAT_EQ(burst->getPosition().x, at.x);
     EXPECT_FLOAT_EQ(burst->duration, 1.0f);
     EXPECT_FLOAT_EQ(burst->emissionTime, 0.2f);
-    for (int i = 0; i < scene_->getSceneList()->count(); ++i) {
-        EXPECT_NE(scene_->getSceneList()->getAt(i), sheep);
-    }
+    EXPECT_FALSE(listed(*scene_->getSceneList(), sheep));
 }
 
 TEST_F(SceneTest, GoalMarkerWinsWithThreeSheepInReachAndLosesWithNone) {

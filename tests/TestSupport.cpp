@@ -1,6 +1,7 @@
 // Shared test helpers: temporary working directories and a GLUT window on the test display.
 #include "TestSupport.h"
 
+#include "List.h"
 #include "Renderer.h"
 #include "Timer.h"
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <unistd.h>
 
 // The game frees nothing it builds (objects live until exit) and Mesa's driver keeps allocations
@@ -40,6 +42,40 @@ void TempDirTest::TearDown() {
 void TempDirTest::writeFile(const std::string& name, const std::string& text) {
     std::ofstream out(name, std::ios::binary);
     out << text;
+}
+
+void DataFolderTest::SetUp() {
+    TempDirTest::SetUp();
+    openTestWindow();
+    linkDataFiles();
+}
+
+std::string dataFile(const std::string& name) {
+    return std::string(HERDER_DATA_DIR) + "/" + name;
+}
+
+void linkDataFiles() {
+    for (const auto& entry : std::filesystem::directory_iterator(HERDER_DATA_DIR)) {
+        const std::string ext = entry.path().extension().string();
+        if (ext == ".fbx" || ext == ".tga") {
+            std::error_code ignored;
+            std::filesystem::create_symlink(entry.path(), entry.path().filename(), ignored);
+        }
+    }
+}
+
+std::string fileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+bool listed(const List& list, const Node* node) {
+    for (int i = 0; i < list.count(); ++i) {
+        if (list.getAt(i) == node) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::vector<std::string> readLines(const std::string& path) {

@@ -1,5 +1,6 @@
 // Helpers shared by the tests: a private working directory per test (the game writes "log.txt"
-// and reads "settings.ini" in the working directory), file reading, and a GLUT window.
+// and reads "settings.ini" in the working directory), the build's generated files, file reading,
+// list membership, and a GLUT window.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,6 +8,9 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
+class List;
+class Node;
 
 // Runs each test in a fresh temporary directory and returns to the old one afterwards.
 class TempDirTest : public ::testing::Test {
@@ -21,8 +25,23 @@ private:
     std::string dir_;
 };
 
+// A private directory with a GL window and the build's generated files linked in, where the
+// game's models load by name.
+class DataFolderTest : public TempDirTest {
+protected:
+    void SetUp() override;
+};
+
+// A file of the build's data folder.
+std::string dataFile(const std::string& name);
+// Links every model and texture of the data folder into the working directory.
+void linkDataFiles();
 // The lines of a text file (no line ends); empty when it cannot be read.
 std::vector<std::string> readLines(const std::string& path);
+// A whole file as bytes; empty when it cannot be read.
+std::string fileBytes(const std::string& path);
+// Whether the node is a member of the list.
+bool listed(const List& list, const Node* node);
 
 // A counter for Timer that advances only when told to: microseconds since an arbitrary start.
 struct ManualClock {

@@ -4,13 +4,13 @@
 #pragma once
 
 #include "TGAImage.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -86,8 +86,8 @@ inline std::vector<uint8_t> stretchedRows(const std::vector<int>& stretches, int
 }
 
 inline std::vector<uint8_t> readBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+    const std::string bytes = fileBytes(path);
+    return std::vector<uint8_t>(bytes.begin(), bytes.end());
 }
 
 inline void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes) {

@@ -1,6 +1,7 @@
 // The level's waypoint chain, nearest-waypoint lookup and the A* search, checked against the
 // level's layout and against a brute-force shortest-path table.
 #include "WaypointGraph.h"
+#include "LevelFacts.h"
 #include "Waypoint.h"
 #include "connection.h"
 
@@ -82,10 +83,11 @@ protected:
 TEST_F(WaypointGraphTest, LevelNetworkIsOneChainWithWholeNumberCosts) {
     const int linkCost[6] = {60, 34, 34, 37, 41, 26};
     ASSERT_EQ(graph.getWaypoints().size(), 7u);
-    // W0 is the den the wolves carry sheep to.
-    EXPECT_EQ(w(0)->position.x, -40.5126f);
-    EXPECT_EQ(w(0)->position.y, -16.1909f);
-    EXPECT_EQ(w(0)->position.z, 8.51358f);
+    // The level's waypoints, W0 (the den the wolves carry sheep to) first.
+    for (int i = 0; i < 7; ++i) {
+        EXPECT_EQ(w(i)->position.x, level::kWaypoints[i].x) << "W" << i;
+        EXPECT_EQ(w(i)->position.z, level::kWaypoints[i].z) << "W" << i;
+    }
     for (int i = 0; i < 7; ++i) {
         const int ends = (i == 0 || i == 6) ? 1 : 2;
         EXPECT_EQ(w(i)->connectionCount, ends) << "W" << i;

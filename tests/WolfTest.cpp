@@ -1,11 +1,11 @@
 // Wolves and the herd command on the real level: the timed spawn and its offsets, wounds and
-// death with their log lines, the catch in both path-search modes, the path hunt's switch to a
-// direct chase, and the herd command's goals and flag.
+// death with their log lines, the catch in both path-search modes (the game's side of the
+// physics reports, GameRules.h), the path hunt's switch to a direct chase, and the herd command's
+// goals and flag.
 #include "AISheep.h"
 #include "AIWolf.h"
 #include "CharacterController.h"
-#include "ContactReport.h"
-#include "ControllerHitReport.h"
+#include "GameRules.h"
 #include "HUD.h"
 #include "InputManager.h"
 #include "LevelFixture.h"
@@ -23,15 +23,6 @@
 
 namespace {
 
-bool listed(List* list, const Node* node) {
-    for (int i = 0; i < list->count(); ++i) {
-        if (list->getAt(i) == node) {
-            return true;
-        }
-    }
-    return false;
-}
-
 long countLines(const std::vector<std::string>& lines, const std::string& text) {
     return std::count(lines.begin(), lines.end(), text);
 }
@@ -45,7 +36,7 @@ protected:
         wolf->setPosition(at);
         scene_->getSceneList()->attach(wolf);
         wolf->createController(1.0f, 2.0f);
-        wolf->controller->getActor()->group = 2;
+        wolf->controller->getActor()->group = ActorGroup::kWolf;
         wolf->controller->getActor()->userData = wolf;
         return wolf;
     }
@@ -95,7 +86,7 @@ TEST_F(WolfTest, AWolfAppearsAtThirtyAndSixtyGameSecondsOffTheHerder) {
         EXPECT_FLOAT_EQ(at.x, herder.x + d.dx);
         EXPECT_FLOAT_EQ(at.z, herder.z + d.dz);
         EXPECT_FLOAT_EQ(at.y, herder.y + 10.0f + 0.5f) << "10 up, capsule half its height more";
-        EXPECT_EQ(wolf->controller->getActor()->group, 2);
+        EXPECT_EQ(wolf->controller->getActor()->group, ActorGroup::kWolf);
         EXPECT_EQ(wolf->controller->getActor()->userData, wolf);
         EXPECT_FLOAT_EQ(wolf->rotationAngle, 90.0f);
     }
@@ -108,12 +99,12 @@ TEST_F(WolfTest, TwoRocketHitsKillAWolfInItsNextUpdateAndFreeItsSheep) {
     engine_->pathSearch = true;
     scene_->prepare();
     wolf->seize(sheep, true);
-    ContactReport report;
+    RocketContacts rules;
     const int members = scene_->getSceneList()->count();
     for (int shot = 1; shot <= 2; ++shot) {
         Rocket* rocket = new Rocket(scene_->getSceneList());
         scene_->getSceneList()->attach(rocket);
-        report.onContactNotify(rocket, wolf);
+        rules.wolfHit(wolf, rocket);
         EXPECT_FLOAT_EQ(wolf->hitPoints, 100.0f - 50.0f * static_cast<float>(shot));
         EXPECT_EQ(HUD::getInstance()->message()->getText(), "wolf wolf3 hit.\n");
         EXPECT_TRUE(wolf->alive()) << "death waits for the wolf's own update";
@@ -123,7 +114,7 @@ TEST_F(WolfTest, TwoRocketHitsKillAWolfInItsNextUpdateAndFreeItsSheep) {
     wolf->update(0.01f);
     EXPECT_FALSE(wolf->alive());
     EXPECT_EQ(wolf->controller, nullptr);
-    EXPECT_FALSE(listed(scene_->getSceneList(), wolf));
+    EXPECT_FALSE(listed(*scene_->getSceneList(), wolf));
     EXPECT_EQ(HUD::getInstance()->message()->getText(), "wolf wolf3 died.\n");
     const auto lines = readLines("log.txt");
     EXPECT_EQ(countLines(lines, "wolf wolf3 hit."), 2);
@@ -137,17 +128,16 @@ TEST_F(WolfTest, TwoRocketHitsKillAWolfInItsNextUpdateAndFreeItsSheep) {
     EXPECT_FLOAT_EQ(sheep->getPosition().x, before.x) << "where it stands";
 }
 
-TEST_F(WolfTest, OnlyAWolfRunningIntoASheepCatchesIt) {
+TEST_F(WolfTest, ACaughtSheepFollowsTheWolfToTheDen) {
     AIWolf* wolf = addWolf("wolf0", Vector3D(-20, 2, -40));
     AISheep* sheep = scene_->getSheep()[1];
-    ControllerHitReport report;
-    report.onShapeHit(sheep, wolf);
-    report.onShapeHit(wolf, scene_->getPlayer());
-    report.onShapeHit(wolf, nullptr);
-    EXPECT_EQ(sheep->state, AIObject3D::kIdle) << "a sheep moving into a wolf means nothing";
+    WolfCatches rules;
+    rules.wolfCaughtSheep(sheep, wolf);
+    rules.wolfCaughtSheep(wolf, scene_->getPlayer());
+    EXPECT_EQ(sheep->state, AIObject3D::kIdle) << "only a wolf catches, and only a sheep";
 
     engine_->pathSearch = false;
-    report.onShapeHit(wolf, sheep);
+    rules.wolfCaughtSheep(wolf, sheep);
     EXPECT_EQ(sheep->state, AIObject3D::kFollowObject);
     EXPECT_EQ(sheep->targetObject, wolf);
     EXPECT_FALSE(sheep->heldByWolf) << "held only when caught with path search on";
@@ -164,8 +154,8 @@ TEST_F(WolfTest, CatchWithPathSearchMarksTheSheepAndWalksTheGraphToTheDen) {
     ASSERT_TRUE(wolf->huntingByPath);
     ASSERT_NE(wolf->prey, nullptr);
     AISheep* sheep = scene_->getSheep()[4];
-    ControllerHitReport report;
-    report.onShapeHit(wolf, sheep);
+    WolfCatches rules;
+    rules.wolfCaughtSheep(wolf, sheep);
     EXPECT_TRUE(sheep->heldByWolf);
     EXPECT_EQ(sheep->holder, wolf);
     EXPECT_EQ(sheep->targetObject, wolf);
@@ -181,7 +171,7 @@ TEST_F(WolfTest, CatchWithPathSearchMarksTheSheepAndWalksTheGraphToTheDen) {
     // Touching the sheep it carries again does not send the wolf along a fresh path.
     wolf->path.pop_front();
     const int left = wolf->pathLength();
-    report.onShapeHit(wolf, sheep);
+    rules.wolfCaughtSheep(wolf, sheep);
     EXPECT_EQ(wolf->pathLength(), left);
 }
 

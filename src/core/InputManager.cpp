@@ -80,11 +80,13 @@ void InputManager::specialUp(int key, int, int) {
     case GLUT_KEY_RIGHT:
         rightHeld = false;
         break;
-    // GLUT never sends these codes as special keys; the branches are kept for the handler's shape.
-    case 'w':
+    // The release of right Super and of right Ctrl clears forward and back: freeglut sends them as
+    // the special keys 0x77 and 0x73, the codes of 'w' and 's', which these branches were written
+    // for. No special key has the code of 'a' (0x61): that branch never runs.
+    case GLUT_KEY_SUPER_R:
         forwardHeld = false;
         break;
-    case 's':
+    case GLUT_KEY_CTRL_R:
         backHeld = false;
         break;
     case 'a':

@@ -4,6 +4,7 @@
 #include "Program.h"
 
 #include "Engine.h"
+#include "GameRules.h"
 #include "InputManager.h"
 #include "Logfile.h"
 #include "PhysicsDebugDrawer.h"
@@ -102,6 +103,7 @@ int Program::run(int argc, char** argv) {
 
     engine = Engine::getInstance();
     engine->physics = new PhysicsWorld();
+    GameRules::install(*engine->physics);
     Scene* scene = new Scene();
     engine->scene = scene;
     engine->renderer = new Renderer(scene);

@@ -5,6 +5,7 @@
 #include "CharacterController.h"
 #include "Engine.h"
 #include "HUD.h"
+#include "LevelFacts.h"
 #include "Logfile.h"
 #include "PhysicsWorld.h"
 #include "Scene.h"
@@ -16,7 +17,7 @@ static constexpr int kDirectChasePoints = 4;
 static constexpr int kRepathWrap = 20;
 static constexpr float kMessageSeconds = 2.0f;
 
-const Vector3D AIWolf::den(-40.5126f, -16.1909f, 8.51358f);
+const Vector3D AIWolf::den = level::kDen;
 
 // A level without sheep never spawns wolves; should one be made there anyway, it stands idle.
 AIWolf::AIWolf(Scene* owner) : scene(owner) {

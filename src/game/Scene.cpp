@@ -8,6 +8,7 @@
 #include "FBXModel.h"
 #include "HUD.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "List.h"
 #include "Logfile.h"
 #include "Object3D.h"
@@ -25,35 +26,18 @@
 
 // fpsClock values above this count as "time has passed" for the mouse-motion reset.
 static constexpr float kMotionResetEpsilon = 0.00001f;
-// Actor groups of the level geometry.
-static constexpr int kGroundGroup = 6;
-static constexpr int kCanyonGroup = 10;
-// The herder's capsule and start.
-static constexpr float kHerderHeight = 2.0f;
-static constexpr float kHerderRadius = 0.5f;
-// The flock: how many, their capsules and their actor group.
-static constexpr int kSheepCount = 6;
-static constexpr float kSheepHeight = 0.5f;
-static constexpr float kSheepRadius = 1.0f;
-static constexpr int kSheepGroup = 3;
-// Wolves: one every this many game seconds, their capsules and actor group, and where they
-// appear relative to the herder (offsets rand() % kSpawnSpread - kSpawnBack on x and z).
+// Wolves: one every this many game seconds, and where they appear relative to the herder
+// (offsets rand() % kSpawnSpread - kSpawnBack on x and z).
 static constexpr int kWolfInterval = 30;
-static constexpr float kWolfHeight = 1.0f;
-static constexpr float kWolfRadius = 2.0f;
-static constexpr int kWolfGroup = 2;
 static constexpr int kSpawnSpread = 10;
 static constexpr float kSpawnBack = 20.0f;
 static constexpr float kSpawnAbove = 10.0f;
 // The herd command spreads the flock over goals rand() % kJitterSpread - kJitterBack off the
-// target; the flag stands this far below the herder's reference point.
+// target.
 static constexpr int kJitterSpread = 3;
 static constexpr float kJitterBack = 1.5f;
-static constexpr float kFlagBelow = 1.0f;
-// Rockets: the push-off force per unit of the launch direction, and the rocket model's drawing
-// scale while rockets fly.
+// Rockets: the push-off force per unit of the launch direction.
 static constexpr float kRocketPush = 30.0f;
-static constexpr float kRocketModelScale = 0.003f;
 
 Scene::Scene() {
     init();
@@ -93,17 +77,21 @@ void Scene::loadModels() {
     FBXModel* sheep = new FBXModel(ModelKind::Sheep);
     flagModel_ = new FBXModel(ModelKind::Flag);
     rocketModel_ = new FBXModel(ModelKind::Rocket);
-    FBXModel* terrain = new FBXModel("Level01Boden3.fbx", "Terrain2.tga", 0.015f);
+    FBXModel* terrain = loadPiece(level::kTerrain);
     FBXModel* sky = new FBXModel(ModelKind::Sky);
-    FBXModel* canyon = new FBXModel("Level01Version6.fbx", "orange.tga", 0.015f);
-    FBXModel* plant = new FBXModel("Oeltank.fbx", "Oeltank.tga", 0.02f);
+    FBXModel* canyon = loadPiece(level::kCanyon);
+    FBXModel* plant = loadPiece(level::kPowerPlant);
     wolfModel_ = new FBXModel(ModelKind::Wolf);
     models_ = {ballModel_, herder, sheep,  flagModel_, rocketModel_,
                terrain,    sky,    canyon, plant,      wolfModel_};
 }
 
-Object3D* Scene::scenery(const char* name, FBXModel* model, int group, float turn,
-                         const Vector3D& at) {
+FBXModel* Scene::loadPiece(const level::ModelAsset& asset) {
+    return new FBXModel(asset.file, asset.texture, asset.scale);
+}
+
+Object3D* Scene::scenery(const char* name, FBXModel* model, int group,
+                         const level::Placement& placement) {
     Object3D* o = new Object3D();
     o->name = name;
     o->setModel(model);
@@ -112,28 +100,29 @@ Object3D* Scene::scenery(const char* name, FBXModel* model, int group, float tur
     o->actor = physics != nullptr ? physics->createStaticMesh(model) : nullptr;
     if (o->actor != nullptr) {
         o->actor->group = group;
-        // The canyon's shapes share its group number, which particles pass through.
-        o->actor->shapeGroup = group == kCanyonGroup ? kCanyonGroup : 0;
+        // Particles pass through the canyon's shapes.
+        o->actor->shapeGroup =
+            group == ActorGroup::kCanyon ? ShapeGroup::kCanyon : ShapeGroup::kDefault;
         o->actor->userData = o;
-        if (turn != 0.0f) {
-            o->rotateActor(turn);
+        if (placement.turnDegrees != 0.0f) {
+            o->rotateActor(placement.turnDegrees);
         }
-        o->actor->setGlobalPosition(at);
+        o->actor->setGlobalPosition(placement.position);
     }
     return o;
 }
 
 // Terrain, sky, canyon, power plant and the goal marker, in this order.
 void Scene::placeScenery() {
-    append(scenery("terrain", models_[5], kGroundGroup, 90.0f, Vector3D(-285, 10, -275)));
+    append(scenery("terrain", models_[5], ActorGroup::kGround, level::kTerrainPlacement));
     Object3D* sky = new Object3D();
     sky->setModel(models_[6]);
-    sky->setPosition(Vector3D(0, -20, 0));
+    sky->setPosition(level::kSkyPlacement.position);
     sky->materialFace = GL_FRONT_AND_BACK;
     append(sky);
-    append(scenery("canyon1", models_[7], kCanyonGroup, 90.0f, Vector3D(-270, 15.5f, -350)));
+    append(scenery("canyon1", models_[7], ActorGroup::kCanyon, level::kCanyonPlacement));
     Object3D* plant =
-        scenery("powerplant", models_[8], kGroundGroup, 0.0f, Vector3D(-110, 15, -240));
+        scenery("powerplant", models_[8], ActorGroup::kGround, level::kPowerPlantPlacement);
     append(plant);
     // The marker takes the plant object's own position, which only its actor has left: it
     // stands at the origin, and the win zone is the sphere around it.
@@ -150,10 +139,10 @@ void Scene::placeHerder() {
     player_->name = "playr";
     player_->setModel(models_[1]);
     player_->type = Object3D::kHerder;
-    player_->setPosition(Vector3D(0, 5, 0));
+    player_->setPosition(level::kHerderStart);
     player_->rotationAngle = 0.0f;
     append(player_);
-    player_->createController(kHerderHeight, kHerderRadius);
+    player_->createController(level::kHerderCapsule.height, level::kHerderCapsule.radius);
 }
 
 // Rockets point where the herder faces whatever the launch direction; the level keeps every
@@ -165,7 +154,7 @@ void Scene::fireRocket(Vector3D position, Vector3D direction) {
     rocket->setPosition(position);
     rocket->name = "rocket" + std::to_string(rocketCount_);
     if (rocketModel_ != nullptr) {
-        rocketModel_->scale = kRocketModelScale;
+        rocketModel_->scale = level::kRocketFlightScale;
     }
     if (player_ != nullptr) {
         rocket->setDirection(player_->getDirection());
@@ -177,16 +166,16 @@ void Scene::fireRocket(Vector3D position, Vector3D direction) {
 
 // Six sheep in a row south of the goal, dropped from above the meadow.
 void Scene::placeSheep() {
-    for (int i = 0; i < kSheepCount; ++i) {
+    for (int i = 0; i < level::kSheepCount; ++i) {
         AISheep* sheep = new AISheep(this);
         sheep->name = "sheep" + std::to_string(i);
         sheep->setModel(models_[2]);
-        sheep->setPosition(Vector3D(10.0f * static_cast<float>(i) - 30.0f, 10.0f, -20.0f));
+        sheep->setPosition(level::sheepStart(i));
         sheep->rotationAngle = 90.0f;
         sheep->setCullRadius(0.1f);
-        sheep->createController(kSheepHeight, kSheepRadius);
+        sheep->createController(level::kSheepCapsule.height, level::kSheepCapsule.radius);
         if (sheep->controller != nullptr) {
-            sheep->controller->getActor()->group = kSheepGroup;
+            sheep->controller->getActor()->group = ActorGroup::kSheep;
             sheep->controller->getActor()->userData = sheep;
         }
         append(sheep);
@@ -240,9 +229,9 @@ void Scene::spawnWolf() {
     wolf->setPosition(player_->getPosition() + Vector3D(dx, kSpawnAbove, dz));
     wolf->rotationAngle = 90.0f;
     append(wolf);
-    wolf->createController(kWolfHeight, kWolfRadius);
+    wolf->createController(level::kWolfCapsule.height, level::kWolfCapsule.radius);
     if (wolf->controller != nullptr) {
-        wolf->controller->getActor()->group = kWolfGroup;
+        wolf->controller->getActor()->group = ActorGroup::kWolf;
         wolf->controller->getActor()->userData = wolf;
     }
     wolves_.push_back(wolf);
@@ -268,7 +257,7 @@ void Scene::herdTo(const Vector3D& target) {
         }
         node = node->next;
     } while (node != sceneList_->head() && node != nullptr);
-    flag_->setPosition(player_->getPosition() + Vector3D(0.0f, -kFlagBelow, 0.0f));
+    flag_->setPosition(player_->getPosition() + Vector3D(0.0f, -level::kFlagBelowHerder, 0.0f));
     flag_->visible = true;
 }
 

@@ -3,29 +3,22 @@
 // reset before each search.
 #include "WaypointGraph.h"
 
+#include "LevelFacts.h"
 #include "Waypoint.h"
 #include "connection.h"
 
 #include <cstddef>
 
-// The fixed network along the canyon; W0 is the den the wolves carry sheep to.
-static const Vector3D kLevelWaypoints[] = {
-    Vector3D(-40.5126f, -16.1909f, 8.51358f),  Vector3D(-96.6539f, -12.3899f, -12.4644f),
-    Vector3D(-129.514f, -9.46986f, -22.6871f), Vector3D(-164.342f, -9.29911f, -20.9004f),
-    Vector3D(-189.127f, -12.5628f, 6.49778f),  Vector3D(-181.132f, -16.6827f, 47.278f),
-    Vector3D(-206.921f, -17.007f, 53.8851f),
-};
-static const int kLevelWaypointCount = sizeof(kLevelWaypoints) / sizeof(kLevelWaypoints[0]);
 // A waypoint this far away or farther is never the nearest.
 static const float kNearestRadius = 100000.0f;
 
 WaypointGraph::WaypointGraph() {
-    Waypoint* w[kLevelWaypointCount];
-    for (int i = 0; i < kLevelWaypointCount; ++i) {
-        w[i] = new Waypoint(kLevelWaypoints[i]);
+    Waypoint* w[level::kWaypointCount];
+    for (int i = 0; i < level::kWaypointCount; ++i) {
+        w[i] = new Waypoint(level::kWaypoints[i]);
     }
     // A single chain: each waypoint joins the one before it.
-    for (int i = 1; i < kLevelWaypointCount; ++i) {
+    for (int i = 1; i < level::kWaypointCount; ++i) {
         w[i]->connect(w[i - 1]);
     }
     for (Waypoint* waypoint : w) {

@@ -3,17 +3,14 @@
 // CharacterControllerMove.cpp.
 #include "CharacterController.h"
 
-#include "ControllerHitReport.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
 
 #include <btBulletDynamicsCommon.h>
 
 CharacterController::CharacterController(PhysicsWorld* world, PhysicsActor* capsule,
-                                         Object3D* owner, float height, float radius,
-                                         std::unique_ptr<ControllerHitReport> report)
-    : world_(world), capsule_(capsule), owner_(owner), height_(height), radius_(radius),
-      report_(std::move(report)) {
+                                         Object3D* owner, float height, float radius)
+    : world_(world), capsule_(capsule), owner_(owner), height_(height), radius_(radius) {
 }
 
 CharacterController::~CharacterController() = default;
@@ -23,8 +20,4 @@ void CharacterController::setPosition(const Vector3D& centre) {
     if (capsule_ != nullptr) {
         capsule_->setGlobalPosition(centre);
     }
-}
-
-void CharacterController::setReport(std::unique_ptr<ControllerHitReport> report) {
-    report_ = std::move(report);
 }

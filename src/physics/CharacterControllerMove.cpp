@@ -3,7 +3,7 @@
 // collide-and-slide; down again by the lift plus the downward part of the move (the game's
 // per-cycle gravity makes that a long way). Walkable ground stops the down pass where it is
 // touched, so characters stand still on slopes; steeper ground is a wall that they slide down.
-// Every object a move touches is reported once to the mover's hit report.
+// Every object a move touches is reported once to the world's controller hit report.
 #include "CharacterController.h"
 
 #include "ControllerHitReport.h"
@@ -341,8 +341,8 @@ Mover moveCapsule(const Mover& fresh, const btVector3& motion, float ground) {
     return runPasses(fresh, motion, 0.0f);
 }
 
-// Each touched object once, with the owners of both sides.
-void reportTouches(ControllerHitReport* report, Object3D* mover,
+// Each touched object once, with the owners and groups of both sides.
+void reportTouches(ControllerHitReport* report, const Touch& mover,
                    const std::vector<const btCollisionObject*>& touched) {
     if (report == nullptr) {
         return;
@@ -350,9 +350,9 @@ void reportTouches(ControllerHitReport* report, Object3D* mover,
     std::vector<Object3D*> reported;
     for (const btCollisionObject* object : touched) {
         const PhysicsActor* actor = actorOf(object);
-        Object3D* target = actor != nullptr ? actor->userData : nullptr;
-        if (std::find(reported.begin(), reported.end(), target) == reported.end()) {
-            reported.push_back(target);
+        const Touch target = actor != nullptr ? Touch{actor->userData, actor->group} : Touch{};
+        if (std::find(reported.begin(), reported.end(), target.owner) == reported.end()) {
+            reported.push_back(target.owner);
             report->onShapeHit(mover, target);
         }
     }
@@ -391,6 +391,7 @@ unsigned CharacterController::move(const Vector3D& displacement, unsigned active
     const Mover result = moveCapsule(fresh, motion, ground);
     const btVector3& end = result.position();
     setPosition(Vector3D(end.x(), end.y(), end.z()));
-    reportTouches(report_.get(), owner_, result.touched());
+    const Touch mover{owner_, capsule_ != nullptr ? capsule_->group : ActorGroup::kNone};
+    reportTouches(world_->getControllerHitReport(), mover, result.touched());
     return result.flags();
 }

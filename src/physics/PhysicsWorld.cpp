@@ -4,7 +4,6 @@
 
 #include "CharacterController.h"
 #include "ContactReport.h"
-#include "ControllerHitReport.h"
 #include "CookedMesh.h"
 #include "PhysicsActor.h"
 #include "ParticleSweep.h"
@@ -115,8 +114,7 @@ PhysicsWorld::PhysicsWorld()
       filter_(std::make_unique<GroupFilter>(this)),
       solver_(std::make_unique<btSequentialImpulseConstraintSolver>()),
       world_(std::make_unique<ReportingWorld>(dispatcher_.get(), broadphase_.get(), solver_.get(),
-                                              configuration_.get(), this)),
-      ownReport_(std::make_unique<ContactReport>()), report_(ownReport_.get()) {
+                                              configuration_.get(), this)) {
     for (auto& row : collides_) {
         std::fill(std::begin(row), std::end(row), true);
     }
@@ -129,12 +127,12 @@ PhysicsWorld::PhysicsWorld()
     sceneReady = true;
     debugRenderer_ = std::make_unique<PhysicsDebugDrawer>(world_.get());
     // Rockets report touching wolves, the level (terrain, plant; canyon) and sheep.
-    setActorPairFlags(2, 4, true);
-    setActorPairFlags(4, 6, true);
-    setActorPairFlags(4, 10, true);
-    setActorPairFlags(3, 4, true);
-    setGroupCollisionFlag(kParticleShapeGroup, kParticleShapeGroup, false);
-    setGroupCollisionFlag(kParticleShapeGroup, 10, false);
+    for (int group :
+         {ActorGroup::kWolf, ActorGroup::kGround, ActorGroup::kCanyon, ActorGroup::kSheep}) {
+        setActorPairFlags(group, ActorGroup::kRocket, true);
+    }
+    setGroupCollisionFlag(ShapeGroup::kParticle, ShapeGroup::kParticle, false);
+    setGroupCollisionFlag(ShapeGroup::kParticle, ShapeGroup::kCanyon, false);
 }
 
 // Removes a body from the world and frees it with its motion state, its own shape and handle.
@@ -155,10 +153,6 @@ PhysicsWorld::~PhysicsWorld() {
     for (int i = world_->getNumCollisionObjects() - 1; i >= 0; --i) {
         destroyBody(world_.get(), world_->getCollisionObjectArray()[i]);
     }
-}
-
-void PhysicsWorld::setContactReport(ContactReport* report) {
-    report_ = report != nullptr ? report : ownReport_.get();
 }
 
 void PhysicsWorld::setActorPairFlags(int a, int b, bool report) {
@@ -216,7 +210,7 @@ void PhysicsWorld::scanContacts() {
         }
         const std::pair<const void*, const void*> key = std::minmax<const void*>(a, b);
         if (touching_.find(key) == touching_.end()) {
-            started_.emplace_back(a->userData, b->userData);
+            started_.emplace_back(Touch{a->userData, a->group}, Touch{b->userData, b->group});
         }
         touching_[key] = stepCount_;
     }
@@ -229,10 +223,12 @@ void PhysicsWorld::scanContacts() {
 // bodies, and a later report of the same step may name the same owner again (a rocket touching
 // two pieces of the level at once).
 void PhysicsWorld::deliverContacts() {
-    std::vector<std::pair<Object3D*, Object3D*>> started;
+    std::vector<std::pair<Touch, Touch>> started;
     started.swap(started_);
     for (const auto& [a, b] : started) {
-        report_->onContactNotify(a, b);
+        if (report_ != nullptr) {
+            report_->onContactNotify(a, b);
+        }
     }
 }
 
@@ -293,8 +289,8 @@ CharacterController* PhysicsWorld::createController(Object3D* owner, float heigh
     actor->ownedShape = shape;
     actor->controllerClass = kControllerBit;
     addBody(actor);
-    controllers_.push_back(std::make_unique<CharacterController>(
-        this, actor, owner, height, radius, std::make_unique<ControllerHitReport>()));
+    controllers_.push_back(
+        std::make_unique<CharacterController>(this, actor, owner, height, radius));
     return controllers_.back().get();
 }
 

@@ -8,6 +8,7 @@
 #include "Engine.h"
 #include "FBXImportLimits.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "Logfile.h"
 #include "TGAImage.h"
 
@@ -41,41 +42,28 @@ static constexpr uint8_t kTopToBottom = 0x20;
 
 namespace {
 
-struct Preset {
-    const char* texture;
-    const char* file;
-    bool animated;
-    float scale;
-};
+using Preset = level::ModelAsset;
 
 const Preset& presetOf(ModelKind kind) {
-    static const Preset kFlag{"Flag.tga", "Flag.fbx", false, 0.005f};
-    static const Preset kRocket{"Rocket.tga", "Rocket.fbx", false, 0.015f};
-    static const Preset kSheep{"AniSheepRun2.tga", "AniSheepRun2.fbx", true, 0.01f};
-    static const Preset kHerder{"Brannic.tga", "AniBrannicRun5.fbx", true, 0.01f};
-    static const Preset kSky{"Skyred.tga", "Sky.fbx", false, 0.2f};
-    static const Preset kTestSphere{"checkerboard.tga", "Schachbrettkugel100.fbx", false, 0.01f};
-    static const Preset kTerrain{"Canyon1.tga", "TerrainOptimiert5.fbx", false, 0.01f};
-    static const Preset kWolf{"Wolf2.tga", "AniWolfRun4.fbx", true, 0.016f};
     switch (kind) {
     case ModelKind::Flag:
-        return kFlag;
+        return level::kFlag;
     case ModelKind::Rocket:
-        return kRocket;
+        return level::kRocket;
     case ModelKind::Sheep:
-        return kSheep;
+        return level::kSheep;
     case ModelKind::Herder:
-        return kHerder;
+        return level::kHerder;
     case ModelKind::Sky:
-        return kSky;
+        return level::kSky;
     case ModelKind::TestSphere:
-        return kTestSphere;
+        return level::kTestSphere;
     case ModelKind::Terrain:
-        return kTerrain;
+        return level::kTerrainPreset;
     case ModelKind::Wolf:
-        return kWolf;
+        return level::kWolf;
     }
-    return kFlag;
+    return level::kFlag;
 }
 
 // The name's extension in lower case, dot included ("" when there is none).

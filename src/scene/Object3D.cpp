@@ -6,6 +6,7 @@
 #include "Engine.h"
 #include "FBXModel.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
@@ -15,16 +16,12 @@
 #include <cmath>
 
 static constexpr float kPi = 3.1415927f;
-// A controller's capsule centre sits this far above the model's origin.
-static constexpr float kControllerDrawDrop = -0.5f;
 // Controller moves: walk speed factor, collision with level and controllers, minimum distance.
 static constexpr float kWalkFactor = 5.0f;
 static constexpr unsigned kControllerGroups =
     PhysicsWorld::kLevelGeometryBit | PhysicsWorld::kControllerBit;
 static constexpr float kMinMoveDistance = 0.0000001f;
 static constexpr float kSharpness = 1.0f;
-// Sheep closer than this to the goal marker count towards the win.
-static constexpr float kGoalRadius = 15.0f;
 // The herder's model faces -x; this turn makes it face its heading.
 static constexpr float kHerderModelTurn = -90.0f;
 
@@ -134,7 +131,7 @@ void Object3D::checkGoal() {
     if (scene->getSheepCount() < 1) {
         engine->showResult(false);
     }
-    if (scene->sheepWithin(position, kGoalRadius) > 2) {
+    if (scene->sheepWithin(position, level::kGoalRadius) > 2) {
         engine->showResult(true);
     }
 }
@@ -163,7 +160,7 @@ void Object3D::applyTransform() {
     if (controller != nullptr) {
         controller->getActor()->getGlobalPose(pose);
         glMultMatrixf(pose);
-        glTranslatef(0.0f, kControllerDrawDrop, 0.0f);
+        glTranslatef(0.0f, -level::kModelBelowCapsuleCentre, 0.0f);
         glRotatef(rotationX, 1, 0, 0);
         glRotatef(rotationY, 0, 1, 0);
         if (type == kHerder) {

@@ -28,7 +28,7 @@ Particle::Particle(const Vector3D& position, float lifetime, const Vector3D& ini
     createCapsuleActor(kBodyHeight, kBodyRadius);
     if (actor != nullptr) {
         // Particles pass through each other and the canyon, which keeps bursts cheap.
-        actor->shapeGroup = PhysicsWorld::kParticleShapeGroup;
+        actor->shapeGroup = ShapeGroup::kParticle;
         actor->setGlobalPosition(position);
         actor->addForce(initialVelocity);
         actor->userData = this;

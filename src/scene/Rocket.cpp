@@ -14,8 +14,6 @@
 // The body: a short, thick capsule, swept against the world so that it cannot tunnel.
 static constexpr float kBodyHeight = 0.1f;
 static constexpr float kBodyRadius = 0.2f;
-// Actor group of rockets: the world reports their touches with wolves, sheep and the level.
-static constexpr int kRocketGroup = 4;
 // The extra angle a rocket's drawing is given.
 static constexpr float kModelTurn = 90.0f;
 static constexpr float kCullRadius = 0.3f;
@@ -43,7 +41,7 @@ void Rocket::launch(const Vector3D& force) {
     actor->setGlobalPosition(position);
     actor->addForce(force);
     actor->userData = this;
-    actor->group = kRocketGroup;
+    actor->group = ActorGroup::kRocket;
 }
 
 // An expired rocket leaves the scene but keeps its body: it flies on unseen, and should it still

@@ -286,15 +286,16 @@ bool writeCanyon(const std::string& dir) {
 bool writeCanyon(const std::string& dir, Detail detail) {
     ModelFile model;
     model.nodeName = "Canyon";
-    model.textureName = "orange.tga";
+    model.textureName = level::kCanyon.texture;
     model.mesh = canyonSkin();
     model.mesh.append(formations());
-    simplifyFor(model.mesh, detail, kRockBudget, "Level01Version6.fbx (rock)");
+    const std::string name = level::kCanyon.file;
+    simplifyFor(model.mesh, detail, kRockBudget, (name + " (rock)").c_str());
     AssetMesh floor = canyonFloor();
-    simplifyFor(floor, detail, kFloorBudget, "Level01Version6.fbx (sand)");
+    simplifyFor(floor, detail, kFloorBudget, (name + " (sand)").c_str());
     model.mesh.append(floor);
     toModelSpace(model.mesh, kCanyonPlacement);
-    return writeModel(dir, "Level01Version6.fbx", model, sandstone(), true);
+    return writeModel(dir, level::kCanyon.file, model, sandstone(), true);
 }
 
 } // namespace assets

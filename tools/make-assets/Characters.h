@@ -9,6 +9,7 @@
 #include "AssetMesh.h"
 #include "Canvas.h"
 #include "FbxExport.h"
+#include "LevelFacts.h"
 
 #include <functional>
 #include <string>
@@ -108,5 +109,21 @@ private:
 // Paints the part into the atlas and appends it to the model's mesh.
 void addPart(ModelFile& model, AtlasPainter& atlas, const AssetMesh& part,
              const SurfaceColour& colour);
+
+// One character: its files, node and take names, atlas, skeleton, parts and run.
+struct CharacterSpec {
+    const level::ModelAsset& asset;
+    const char* nodeName;
+    const char* takeName;
+    int atlasSize;
+    Rgb background;
+    std::vector<Bone> bones;
+    // Adds every part to the model, painting it into the atlas.
+    std::function<void(ModelFile& model, AtlasPainter& atlas)> addParts;
+    PoseFunction runPose;
+};
+
+// Writes the character's model with its painted atlas and its looping run take.
+bool writeCharacter(const std::string& dir, const CharacterSpec& character);
 
 } // namespace assets

@@ -319,20 +319,16 @@ void runPose(const Rig& r, float phase, std::vector<BonePose>& poses) {
 } // namespace
 
 bool writeHerder(const std::string& dir) {
-    ModelFile model;
-    model.nodeName = "Brannic";
-    model.textureName = "Brannic.tga";
     const Rig r = buildRig();
-    model.bones = r.bones;
-    AtlasPainter atlas(kAtlasSize, kShirt);
-    addLegs(model, atlas, r);
-    addTorso(model, atlas, r);
-    addArms(model, atlas, r);
-    addHead(model, atlas, r);
-    model.take =
-        makeLoopTake("BrannicRun", model.bones.size(),
-                     [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); });
-    return writeModel(dir, "AniBrannicRun5.fbx", model, atlas.finish(), false);
+    auto parts = [&r](ModelFile& model, AtlasPainter& atlas) {
+        addLegs(model, atlas, r);
+        addTorso(model, atlas, r);
+        addArms(model, atlas, r);
+        addHead(model, atlas, r);
+    };
+    auto run = [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); };
+    return writeCharacter(
+        dir, {level::kHerder, "Brannic", "BrannicRun", kAtlasSize, kShirt, r.bones, parts, run});
 }
 
 } // namespace assets

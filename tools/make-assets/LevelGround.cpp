@@ -14,8 +14,8 @@ static constexpr float kMeadowBump = 0.5f;
 static constexpr float kCountryBump = 2.5f;
 static constexpr float kBumpScale = 1.0f / 37.0f;
 static constexpr uint32_t kGroundSeed = 17;
-// The power plant's plateau.
-static constexpr float kPlateauHeight = 15.0f;
+// The power plant's plateau, at the height the plant stands on.
+static constexpr float kPlateauHeight = level::kPowerPlantPlacement.position.y;
 static constexpr float kPlateauRadius = 34.0f;
 static constexpr float kPlateauFalloff = 70.0f;
 // Hills along the border that nobody can climb.

@@ -1,39 +1,58 @@
 // The generator's model writers: each writes one FBX file and its texture into a folder, under
-// the names the game loads. They return false (after printing why) when a file cannot be written.
+// the names the game loads (LevelFacts.h). They return false (after printing why) when a file
+// cannot be written.
 #pragma once
 
+#include "LevelFacts.h"
 #include "MeshSimplify.h"
 
 #include <string>
 
 namespace assets {
 
-// "Level01Boden3.fbx" + "Terrain2.tga": the whole playable ground, simplified as shipped.
+// The whole playable ground, simplified as shipped.
 bool writeTerrain(const std::string& dir);
 // The same at the given detail.
 bool writeTerrain(const std::string& dir, Detail detail);
-// "TerrainOptimiert5.fbx" + "Canyon1.tga": the terrain preset the level does not load.
+// The terrain preset the level does not load.
 bool writeTerrainPreset(const std::string& dir);
-// "Level01Version6.fbx" + "orange.tga": the rock walls along the canyon trench, simplified as
-// shipped.
+// The rock walls along the canyon trench, simplified as shipped.
 bool writeCanyon(const std::string& dir);
 // The same at the given detail.
 bool writeCanyon(const std::string& dir, Detail detail);
-// "Oeltank.fbx" + "Oeltank.tga": tanks, pipes, chimney and fence of the power plant.
+// Tanks, pipes, chimney and fence of the power plant.
 bool writePowerPlant(const std::string& dir);
-// "Sky.fbx" + "Skyred.tga": the dome seen from inside.
+// The dome seen from inside.
 bool writeSky(const std::string& dir);
-// "Flag.fbx" + "Flag.tga".
 bool writeFlag(const std::string& dir);
-// "Rocket.fbx" + "Rocket.tga".
 bool writeRocket(const std::string& dir);
-// "Schachbrettkugel100.fbx" + "checkerboard.tga".
 bool writeTestSphere(const std::string& dir);
-// "AniBrannicRun5.fbx" + "Brannic.tga": the herder with its run take.
+// The herder with its run take.
 bool writeHerder(const std::string& dir);
-// "AniSheepRun2.fbx" + "AniSheepRun2.tga": the sheep with its run take.
+// The sheep with its run take.
 bool writeSheep(const std::string& dir);
-// "AniWolfRun4.fbx" + "Wolf2.tga": the wolf with its run take.
+// The wolf with its run take.
 bool writeWolf(const std::string& dir);
+
+// One generated model: its files and the writer that makes them.
+struct GeneratedModel {
+    const level::ModelAsset* asset;
+    bool (*write)(const std::string& dir);
+};
+
+// Every model the generator writes, in the order it writes them.
+inline constexpr GeneratedModel kGeneratedModels[] = {
+    {&level::kTestSphere, writeTestSphere},
+    {&level::kHerder, writeHerder},
+    {&level::kSheep, writeSheep},
+    {&level::kFlag, writeFlag},
+    {&level::kRocket, writeRocket},
+    {&level::kTerrain, writeTerrain},
+    {&level::kSky, writeSky},
+    {&level::kCanyon, writeCanyon},
+    {&level::kPowerPlant, writePowerPlant},
+    {&level::kWolf, writeWolf},
+    {&level::kTerrainPreset, writeTerrainPreset},
+};
 
 } // namespace assets

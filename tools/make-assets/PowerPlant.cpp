@@ -174,10 +174,10 @@ static Canvas atlas() {
 bool writePowerPlant(const std::string& dir) {
     ModelFile model;
     model.nodeName = "PowerPlant";
-    model.textureName = "Oeltank.tga";
+    model.textureName = level::kPowerPlant.texture;
     model.mesh = plant();
     toModelSpace(model.mesh, kPowerPlantPlacement);
-    return writeModel(dir, "Oeltank.fbx", model, atlas(), false);
+    return writeModel(dir, level::kPowerPlant.file, model, atlas(), false);
 }
 
 } // namespace assets

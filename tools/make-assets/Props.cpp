@@ -8,13 +8,13 @@
 
 namespace assets {
 
-static constexpr float kFlagScale = 0.005f;
-static constexpr float kRocketScale = 0.003f;
 static constexpr float kSphereRadius = 100.0f;
 static constexpr int kPropTexture = 256;
 static constexpr uint32_t kSeed = 606;
-// The flag object stands 0.5 above the ground (one unit below the herder's capsule centre).
-static constexpr float kFlagGround = -0.5f;
+// Where the ground lies below the flag object: the flag is planted below the herder's capsule
+// centre, which stands half the capsule's height and its radius above the ground.
+static constexpr float kFlagGround =
+    level::kFlagBelowHerder - (level::kHerderCapsule.height / 2.0f + level::kHerderCapsule.radius);
 static constexpr float kPoleHeight = 3.0f;
 
 static void scaleMesh(AssetMesh& m, float scale) {
@@ -50,13 +50,13 @@ bool writeFlag(const std::string& dir) {
     const UvRect pole{0.0f, 0.0f, 0.2f, 1.0f}, fabric{0.25f, 0.0f, 1.0f, 1.0f};
     ModelFile model;
     model.nodeName = "Flag";
-    model.textureName = "Flag.tga";
+    model.textureName = level::kFlag.texture;
     model.mesh = makeTube(aiVector3D(0, kFlagGround - 0.3f, 0),
                           aiVector3D(0, kFlagGround + kPoleHeight, 0), 0.05f, 0.04f, 10, pole);
     model.mesh.append(makeEllipsoid(aiVector3D(0, kFlagGround + kPoleHeight + 0.06f, 0),
                                     aiVector3D(0.09f, 0.09f, 0.09f), 10, 6, pole));
     model.mesh.append(cloth(0.04f, kFlagGround + kPoleHeight - 0.85f, 1.3f, 0.8f, fabric));
-    scaleMesh(model.mesh, 1.0f / kFlagScale);
+    scaleMesh(model.mesh, 1.0f / level::kFlag.scale);
 
     Canvas c(kPropTexture, kPropTexture, Rgb{0.80f, 0.10f, 0.08f});
     const int poleWidth = kPropTexture / 5;
@@ -78,7 +78,7 @@ bool writeFlag(const std::string& dir) {
         const bool hem = y < 8 || y > kPropTexture - 8;
         return hem ? Rgb{0.95f, 0.80f, 0.15f} : Rgb{0.80f, 0.10f, 0.08f};
     });
-    return writeModel(dir, "Flag.fbx", model, c, true);
+    return writeModel(dir, level::kFlag.file, model, c, true);
 }
 
 bool writeRocket(const std::string& dir) {
@@ -86,7 +86,7 @@ bool writeRocket(const std::string& dir) {
         fins{0.5f, 0.0f, 1.0f, 0.5f};
     ModelFile model;
     model.nodeName = "Rocket";
-    model.textureName = "Rocket.tga";
+    model.textureName = level::kRocket.texture;
     // Upright along +y from the actor's origin, as long as its 0.4-unit capsule.
     model.mesh = makeCylinder(0.045f, 0.045f, 0.06f, 0.30f, 14, body);
     model.mesh.append(makeCylinder(0.045f, 0.0f, 0.30f, 0.40f, 14, nose));
@@ -99,7 +99,7 @@ bool writeRocket(const std::string& dir) {
         fin.transform(turn);
         model.mesh.append(fin);
     }
-    scaleMesh(model.mesh, 1.0f / kRocketScale);
+    scaleMesh(model.mesh, 1.0f / level::kRocketFlightScale);
 
     Canvas c(kPropTexture, kPropTexture);
     c.paint(0, 0, kPropTexture, kPropTexture, [&](int x, int y) {
@@ -112,13 +112,13 @@ bool writeRocket(const std::string& dir) {
         }
         return mix(Rgb{0.25f, 0.25f, 0.27f}, Rgb{0.40f, 0.40f, 0.42f}, hash01(x, y, kSeed + 1));
     });
-    return writeModel(dir, "Rocket.fbx", model, c, false);
+    return writeModel(dir, level::kRocket.file, model, c, false);
 }
 
 bool writeTestSphere(const std::string& dir) {
     ModelFile model;
     model.nodeName = "Sphere";
-    model.textureName = "checkerboard.tga";
+    model.textureName = level::kTestSphere.texture;
     model.mesh =
         makeEllipsoid(aiVector3D(0, 0, 0), aiVector3D(kSphereRadius, kSphereRadius, kSphereRadius),
                       24, 16, UvRect{0, 0, 1, 1});
@@ -128,7 +128,7 @@ bool writeTestSphere(const std::string& dir) {
         return ((x / check + y / check) % 2 == 0) ? Rgb{0.95f, 0.95f, 0.95f}
                                                   : Rgb{0.08f, 0.08f, 0.08f};
     });
-    return writeModel(dir, "Schachbrettkugel100.fbx", model, c, true);
+    return writeModel(dir, level::kTestSphere.file, model, c, true);
 }
 
 } // namespace assets

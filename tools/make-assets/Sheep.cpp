@@ -242,19 +242,15 @@ void runPose(const Rig& r, float phase, std::vector<BonePose>& poses) {
 } // namespace
 
 bool writeSheep(const std::string& dir) {
-    ModelFile model;
-    model.nodeName = "Sheep";
-    model.textureName = "AniSheepRun2.tga";
     const Rig r = buildRig();
-    model.bones = r.bones;
-    AtlasPainter atlas(kAtlasSize, kWool);
-    addFleece(model, atlas, r);
-    addHead(model, atlas, r);
-    addLegs(model, atlas, r);
-    model.take =
-        makeLoopTake("SheepRun", model.bones.size(),
-                     [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); });
-    return writeModel(dir, "AniSheepRun2.fbx", model, atlas.finish(), false);
+    auto parts = [&r](ModelFile& model, AtlasPainter& atlas) {
+        addFleece(model, atlas, r);
+        addHead(model, atlas, r);
+        addLegs(model, atlas, r);
+    };
+    auto run = [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); };
+    return writeCharacter(
+        dir, {level::kSheep, "Sheep", "SheepRun", kAtlasSize, kWool, r.bones, parts, run});
 }
 
 } // namespace assets

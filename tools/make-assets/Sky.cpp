@@ -76,12 +76,12 @@ static Canvas eveningSky() {
 bool writeSky(const std::string& dir) {
     ModelFile model;
     model.nodeName = "Sky";
-    model.textureName = "Skyred.tga";
+    model.textureName = level::kSky.texture;
     model.mesh = dome();
     for (auto& p : model.mesh.positions) {
         p = kSkyPlacement.toModel(p + kSkyPlacement.position);
     }
-    return writeModel(dir, "Sky.fbx", model, eveningSky(), false);
+    return writeModel(dir, level::kSky.file, model, eveningSky(), false);
 }
 
 } // namespace assets

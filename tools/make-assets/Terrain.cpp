@@ -24,8 +24,6 @@ static constexpr int kTextureSize = 1024;
 static constexpr int kRockTextureSize = 512;
 static constexpr uint32_t kGrassSeed = 101;
 static constexpr uint32_t kRockSeed = 202;
-// The preset is drawn at scale 0.01 with the terrain's turn and position.
-static const Placement kPresetPlacement{0.01f, 90.0f, aiVector3D(-285.0f, 10.0f, -275.0f)};
 
 // The border band whose texture is unfolded over the slopes of the hills, and the step of the
 // arc-length walk that does it.
@@ -124,20 +122,20 @@ bool writeTerrain(const std::string& dir) {
 bool writeTerrain(const std::string& dir, Detail detail) {
     ModelFile model;
     model.nodeName = "Terrain";
-    model.textureName = "Terrain2.tga";
+    model.textureName = level::kTerrain.texture;
     model.mesh = groundMesh(kCells);
-    simplifyFor(model.mesh, detail, kTerrainBudget, "Level01Boden3.fbx");
+    simplifyFor(model.mesh, detail, kTerrainBudget, level::kTerrain.file);
     toModelSpace(model.mesh, kTerrainPlacement);
-    return writeModel(dir, "Level01Boden3.fbx", model, grassTexture(), false);
+    return writeModel(dir, level::kTerrain.file, model, grassTexture(), false);
 }
 
 bool writeTerrainPreset(const std::string& dir) {
     ModelFile model;
     model.nodeName = "TerrainOptimised";
-    model.textureName = "Canyon1.tga";
+    model.textureName = level::kTerrainPreset.texture;
     model.mesh = groundMesh(kPresetCells);
-    toModelSpace(model.mesh, kPresetPlacement);
-    return writeModel(dir, "TerrainOptimiert5.fbx", model, rockTexture(), false);
+    toModelSpace(model.mesh, kTerrainPresetPlacement);
+    return writeModel(dir, level::kTerrainPreset.file, model, rockTexture(), false);
 }
 
 } // namespace assets

@@ -256,19 +256,15 @@ void runPose(const Rig& r, float phase, std::vector<BonePose>& poses) {
 } // namespace
 
 bool writeWolf(const std::string& dir) {
-    ModelFile model;
-    model.nodeName = "Wolf";
-    model.textureName = "Wolf2.tga";
     const Rig r = buildRig();
-    model.bones = r.bones;
-    AtlasPainter atlas(kAtlasSize, kGrey);
-    addBody(model, atlas, r);
-    addHead(model, atlas, r);
-    addLegs(model, atlas, r);
-    model.take =
-        makeLoopTake("WolfRun", model.bones.size(),
-                     [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); });
-    return writeModel(dir, "AniWolfRun4.fbx", model, atlas.finish(), false);
+    auto parts = [&r](ModelFile& model, AtlasPainter& atlas) {
+        addBody(model, atlas, r);
+        addHead(model, atlas, r);
+        addLegs(model, atlas, r);
+    };
+    auto run = [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); };
+    return writeCharacter(
+        dir, {level::kWolf, "Wolf", "WolfRun", kAtlasSize, kGrey, r.bones, parts, run});
 }
 
 } // namespace assets

@@ -41,16 +41,9 @@ int main(int argc, char** argv) {
                      error.message().c_str());
         return 1;
     }
-    using Writer = bool (*)(const std::string&);
-    const Writer writers[] = {
-        writeSettings,           assets::writeTestSphere, assets::writeHerder,
-        assets::writeSheep,      assets::writeFlag,       assets::writeRocket,
-        assets::writeTerrain,    assets::writeSky,        assets::writeCanyon,
-        assets::writePowerPlant, assets::writeWolf,       assets::writeTerrainPreset,
-    };
-    bool ok = true;
-    for (Writer write : writers) {
-        ok = write(dir) && ok;
+    bool ok = writeSettings(dir);
+    for (const assets::GeneratedModel& model : assets::kGeneratedModels) {
+        ok = model.write(dir) && ok;
     }
     return ok ? 0 : 1;
 }

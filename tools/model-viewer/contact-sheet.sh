@@ -10,19 +10,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 
-models=(
-    "AniBrannicRun5.fbx Brannic.tga 0.01 herder three-quarter --animated"
-    "AniSheepRun2.fbx AniSheepRun2.tga 0.01 sheep three-quarter --animated"
-    "AniWolfRun4.fbx Wolf2.tga 0.016 wolf three-quarter --animated"
-    "Flag.fbx Flag.tga 0.005 flag three-quarter"
-    "Rocket.fbx Rocket.tga 0.003 rocket three-quarter"
-    "Schachbrettkugel100.fbx checkerboard.tga 0.01 sphere three-quarter"
-    "Oeltank.fbx Oeltank.tga 0.02 powerplant three-quarter"
-    "Level01Version6.fbx orange.tga 0.015 canyon top"
-    "Level01Boden3.fbx Terrain2.tga 0.015 terrain three-quarter"
-    "TerrainOptimiert5.fbx Canyon1.tga 0.01 preset three-quarter"
-    "Sky.fbx Skyred.tga 0.2 sky front --inside"
-)
+# The level's models: file, texture, scale, name, view and options, from the level's facts.
+mapfile -t models < <("$viewer" --list)
 tiles=()
 for entry in "${models[@]}"; do
     read -r file texture scale name view extra <<<"$entry"

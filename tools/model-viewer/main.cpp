@@ -4,7 +4,10 @@
 // Usage: model-viewer <model> <texture> <scale> <out-prefix> [--animated] [--inside] [--size N]
 //   --animated  load the file's take and show four frames of it
 //   --inside    look around from the model's centre (for the sky dome, which faces inwards)
+// model-viewer --list prints the level's models (LevelFacts.h) as the contact sheet shows them:
+// one line each of file, texture, scale, picture name, view and options.
 #include "FBXModel.h"
+#include "LevelFacts.h"
 #include "Renderer.h"
 #include "TGAImage.h"
 
@@ -121,9 +124,39 @@ int render(FBXModel& model, const std::string& prefix, int size, bool inside) {
     return failures;
 }
 
+void listLevelModels() {
+    const struct {
+        const level::ModelAsset& asset;
+        float scale;
+        const char* name;
+        const char* view;
+        const char* options;
+    } models[] = {
+        {level::kHerder, level::kHerder.scale, "herder", "three-quarter", ""},
+        {level::kSheep, level::kSheep.scale, "sheep", "three-quarter", ""},
+        {level::kWolf, level::kWolf.scale, "wolf", "three-quarter", ""},
+        {level::kFlag, level::kFlag.scale, "flag", "three-quarter", ""},
+        {level::kRocket, level::kRocketFlightScale, "rocket", "three-quarter", ""},
+        {level::kTestSphere, level::kTestSphere.scale, "sphere", "three-quarter", ""},
+        {level::kPowerPlant, level::kPowerPlant.scale, "powerplant", "three-quarter", ""},
+        {level::kCanyon, level::kCanyon.scale, "canyon", "top", ""},
+        {level::kTerrain, level::kTerrain.scale, "terrain", "three-quarter", ""},
+        {level::kTerrainPreset, level::kTerrainPreset.scale, "preset", "three-quarter", ""},
+        {level::kSky, level::kSky.scale, "sky", "front", "--inside"},
+    };
+    for (const auto& m : models) {
+        std::printf("%s %s %g %s %s %s\n", m.asset.file, m.asset.texture, m.scale, m.name, m.view,
+                    m.asset.animated ? "--animated" : m.options);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "--list") {
+        listLevelModels();
+        return 0;
+    }
     if (argc < 5) {
         std::fprintf(stderr, "usage: model-viewer <model> <texture> <scale> <out-prefix> "
                              "[--animated] [--inside] [--size N]\n");

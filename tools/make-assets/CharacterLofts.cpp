@@ -1,7 +1,7 @@
-// Shape, skin, take and texture helpers shared by the three characters (see Characters.h).
+// Character shapes: lofts (tubes of elliptic rings), limbs with rounded ends, spheroids and
+// lathes, smooth-shaded (see Characters.h).
 #include "Characters.h"
 
-#include <algorithm>
 #include <cmath>
 #include <map>
 #include <tuple>
@@ -11,13 +11,6 @@ namespace assets {
 static constexpr float kPi = 3.14159265f;
 // Rings of the half sphere that rounds off each end of a limb.
 static constexpr int kCapRings = 3;
-// Weights below this are dropped (and the rest renormalised): they move nothing visibly.
-static constexpr float kMinWeight = 1e-3f;
-// Texels the atlas keeps free around each part, filled from the part's edge by finish().
-static constexpr int kAtlasMargin = 2;
-static constexpr int kPaddingPasses = 4;
-// Noise lattice period: large enough that model-space coordinates never visibly repeat.
-static constexpr int kNoisePeriod = 4096;
 
 // Area-weighted face normals averaged over all vertices at the same point, so that UV seams and
 // closed ends shade smoothly.
@@ -190,181 +183,6 @@ AssetMesh makeLathe(const aiVector3D& base, const std::vector<aiVector2D>& profi
         rings.push_back({base + aiVector3D(0, point.y, 0), point.x, point.x});
     }
     return stitch(grid, ringParameters(rings), uv);
-}
-
-float smoothStep(float edge0, float edge1, float x) {
-    const float t = std::clamp((x - edge0) / (edge1 - edge0), 0.0f, 1.0f);
-    return t * t * (3.0f - 2.0f * t);
-}
-
-Rgb vary(const Rgb& c, float noise, float amount) {
-    const float f = 1.0f + amount * (2.0f * noise - 1.0f);
-    return {c.r * f, c.g * f, c.b * f};
-}
-
-Weights chainWeights(const aiVector3D& p, int rootBone, const std::vector<Joint>& joints) {
-    std::map<int, float> sums;
-    float remaining = 1.0f;
-    int current = rootBone;
-    for (const Joint& joint : joints) {
-        const float past =
-            smoothStep(-joint.halfWidth, joint.halfWidth, (p - joint.at) * joint.along);
-        sums[current] += remaining * (1.0f - past);
-        remaining *= past;
-        current = joint.bone;
-    }
-    sums[current] += remaining;
-    Weights weights;
-    float total = 0.0f;
-    for (const auto& [bone, w] : sums) {
-        if (w >= kMinWeight) {
-            weights.push_back({bone, w});
-            total += w;
-        }
-    }
-    for (BoneWeight& w : weights) {
-        w.weight /= total;
-    }
-    return weights;
-}
-
-void skinChain(AssetMesh& part, int rootBone, const std::vector<Joint>& joints) {
-    part.weights.resize(part.positions.size());
-    for (size_t v = 0; v < part.positions.size(); ++v) {
-        part.weights[v] = chainWeights(part.positions[v], rootBone, joints);
-    }
-}
-
-int addBone(std::vector<Bone>& bones, const std::string& name, int parent, const aiVector3D& head) {
-    bones.push_back({name, parent, head});
-    return static_cast<int>(bones.size()) - 1;
-}
-
-aiQuaternion turn(const aiVector3D& axis, float degrees) {
-    return aiQuaternion(axis, degrees * kPi / 180.0f);
-}
-
-Take makeLoopTake(const std::string& name, size_t boneCount, const PoseFunction& pose) {
-    Take take;
-    take.name = name;
-    take.seconds = kRunSeconds;
-    for (int k = 0; k + 1 < kRunKeys; ++k) {
-        std::vector<BonePose> poses(boneCount);
-        pose(static_cast<float>(k) / static_cast<float>(kRunKeys - 1), poses);
-        take.keys.push_back(poses);
-    }
-    take.keys.push_back(take.keys.front());
-    return take;
-}
-
-float solidNoise(const aiVector3D& p, float frequency, int octaves, uint32_t seed) {
-    // Three planar noises averaged read as solid noise on curved surfaces.
-    const aiVector3D q = p * frequency;
-    return (fractalNoise(q.x, q.y, kNoisePeriod, octaves, seed) +
-            fractalNoise(q.y, q.z, kNoisePeriod, octaves, seed + 7u) +
-            fractalNoise(q.z, q.x, kNoisePeriod, octaves, seed + 13u)) /
-           3.0f;
-}
-
-AtlasPainter::AtlasPainter(int size, const Rgb& background)
-    : canvas_(size, size, background), painted_(static_cast<size_t>(size) * size, 0) {
-}
-
-UvRect AtlasPainter::rect(int x0, int y0, int x1, int y1) const {
-    const auto size = static_cast<float>(canvas_.width());
-    return {
-        static_cast<float>(x0 + kAtlasMargin) / size, static_cast<float>(y0 + kAtlasMargin) / size,
-        static_cast<float>(x1 - kAtlasMargin) / size, static_cast<float>(y1 - kAtlasMargin) / size};
-}
-
-void AtlasPainter::paint(const AssetMesh& part, const SurfaceColour& colour) {
-    for (const auto& tri : part.triangles) {
-        paintTriangle(part, tri, colour);
-    }
-}
-
-void AtlasPainter::paintTriangle(const AssetMesh& part, const std::array<uint32_t, 3>& tri,
-                                 const SurfaceColour& colour) {
-    const auto size = static_cast<float>(canvas_.width());
-    aiVector2D t[3];
-    for (int k = 0; k < 3; ++k) {
-        t[k] = part.uvs[tri[static_cast<size_t>(k)]] * size;
-    }
-    const float area =
-        (t[1].x - t[0].x) * (t[2].y - t[0].y) - (t[2].x - t[0].x) * (t[1].y - t[0].y);
-    if (std::fabs(area) < 1e-8f) {
-        return;
-    }
-    const int x0 = std::max(0, static_cast<int>(std::floor(std::min({t[0].x, t[1].x, t[2].x}))));
-    const int x1 = std::min(canvas_.width() - 1,
-                            static_cast<int>(std::ceil(std::max({t[0].x, t[1].x, t[2].x}))));
-    const int y0 = std::max(0, static_cast<int>(std::floor(std::min({t[0].y, t[1].y, t[2].y}))));
-    const int y1 = std::min(canvas_.height() - 1,
-                            static_cast<int>(std::ceil(std::max({t[0].y, t[1].y, t[2].y}))));
-    // Texel centres inside the triangle, or just outside its edges so that neighbours meet.
-    const float slack = -0.02f;
-    for (int y = y0; y <= y1; ++y) {
-        for (int x = x0; x <= x1; ++x) {
-            const aiVector2D c(static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f);
-            float w[3];
-            for (int k = 0; k < 3; ++k) {
-                const aiVector2D& a = t[(k + 1) % 3];
-                const aiVector2D& b = t[(k + 2) % 3];
-                w[k] = ((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y)) / area;
-            }
-            if (w[0] < slack || w[1] < slack || w[2] < slack) {
-                continue;
-            }
-            aiVector3D p, n;
-            for (int k = 0; k < 3; ++k) {
-                p += part.positions[tri[static_cast<size_t>(k)]] * w[k];
-                n += part.normals[tri[static_cast<size_t>(k)]] * w[k];
-            }
-            canvas_.set(x, y, colour(p, n.Length() > 0.0f ? n.Normalize() : n));
-            painted_[static_cast<size_t>(y) * canvas_.width() + x] = 1;
-        }
-    }
-}
-
-const Canvas& AtlasPainter::finish() {
-    const int size = canvas_.width();
-    for (int pass = 0; pass < kPaddingPasses; ++pass) {
-        std::vector<uint8_t> next = painted_;
-        for (int y = 0; y < size; ++y) {
-            for (int x = 0; x < size; ++x) {
-                if (painted_[static_cast<size_t>(y) * size + x]) {
-                    continue;
-                }
-                Rgb sum{0, 0, 0};
-                int count = 0;
-                for (int dy = -1; dy <= 1; ++dy) {
-                    for (int dx = -1; dx <= 1; ++dx) {
-                        const int nx = x + dx, ny = y + dy;
-                        if (nx < 0 || ny < 0 || nx >= size || ny >= size ||
-                            !painted_[static_cast<size_t>(ny) * size + nx]) {
-                            continue;
-                        }
-                        const Rgb c = canvas_.get(nx, ny);
-                        sum = {sum.r + c.r, sum.g + c.g, sum.b + c.b};
-                        ++count;
-                    }
-                }
-                if (count > 0) {
-                    const float f = 1.0f / static_cast<float>(count);
-                    canvas_.set(x, y, {sum.r * f, sum.g * f, sum.b * f});
-                    next[static_cast<size_t>(y) * size + x] = 1;
-                }
-            }
-        }
-        painted_ = next;
-    }
-    return canvas_;
-}
-
-void addPart(ModelFile& model, AtlasPainter& atlas, const AssetMesh& part,
-             const SurfaceColour& colour) {
-    atlas.paint(part, colour);
-    model.mesh.append(part);
 }
 
 } // namespace assets
