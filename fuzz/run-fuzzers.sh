@@ -8,6 +8,8 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:?usage: run-fuzzers.sh <build-dir> [seconds-per-target]}
+mkdir -p "$out"
+out=$(cd "$out" && pwd)
 seconds=${2:-20}
 skip=77
 
@@ -15,7 +17,6 @@ if ! command -v clang++ > /dev/null; then
     echo "run-fuzzers: clang++ is not installed, skipping"
     exit $skip
 fi
-mkdir -p "$out"
 flags=(-std=c++17 -g -O1 -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=undefined)
 echo 'extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }' \
     > "$out/probe.cpp"
@@ -29,6 +30,8 @@ cmake -S "$root" -B "$out/build" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=c
     -DCMAKE_BUILD_TYPE=Debug -DHERDER_FUZZ=ON -DHERDER_TESTS=OFF >"$out/configure.log"
 cmake --build "$out/build" --target fuzzers -j"$(nproc)"
 
+# The model fuzzer writes the game's log.txt in its working directory: the build folder's.
+cd "$out"
 for target in tga settings model answer; do
     # New inputs go to the build folder; the seeds in the source tree stay as they are.
     corpus="$out/corpus-$target"

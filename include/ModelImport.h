@@ -23,8 +23,9 @@ struct ModelSource {
 // bakeFrames the skin frames are baked from the first take. Never throws.
 void importModelHere(const ModelSource& source, bool bakeFrames, ModelAnswer* out);
 
-// The same in a child process, waiting at most `seconds` (valgrind's slowdown added). True with
-// the child's answer in *out; false with *out empty and *failure saying what went wrong when the
-// child could not be started, died, was killed at the limit or answered malformed.
+// The same in the reader child process (forked at the first call and kept for the next ones),
+// waiting at most `seconds` (valgrind's slowdown added). True with the child's answer in *out;
+// false with *out empty and *failure saying what went wrong when the child could not be started,
+// died, was killed at the limit or answered malformed; the next call then forks a fresh one.
 bool importModelIsolated(const ModelSource& source, bool bakeFrames, double seconds,
                          ModelAnswer* out, std::string* failure);

@@ -94,7 +94,8 @@ protected:
 };
 
 // Past the pre-check, the reader itself dies on the hostile files (double free, stack overflow)
-// and hangs on a pipe nobody writes into; each is a failure with its reason, never the test's end.
+// and hangs on a pipe nobody writes into; each is a failure with its reason, never the test's end,
+// and the reader after it works again.
 TEST_F(ModelImportTest, ReaderThatCrashesOrHangsIsAFailedImport) {
     ASSERT_EQ(mkfifo("hang.fbx", 0600), 0);
     const struct {
@@ -114,6 +115,14 @@ TEST_F(ModelImportTest, ReaderThatCrashesOrHangsIsAFailedImport) {
         EXPECT_FALSE(answer.hasMesh);
         EXPECT_TRUE(answer.polygonIndices.empty());
     }
+    // The next import gets a fresh reader.
+    ModelSource flag;
+    flag.name = std::string(HERDER_DATA_DIR) + "/Flag.fbx";
+    ModelAnswer answer;
+    std::string failure;
+    EXPECT_TRUE(importModelIsolated(flag, false, FBXModel::kImportSeconds, &answer, &failure))
+        << failure;
+    EXPECT_TRUE(answer.hasMesh);
 }
 
 // Collada has no pre-check of ours: a node hierarchy 100,000 deep reaches the reader, which

@@ -1,14 +1,17 @@
-// The model reader in a child process. fork() gives the child the parent's memory (the bytes of a
-// model in memory included) without copying it; the child imports, writes its answer into a pipe
-// and ends with _exit, so that nothing of the parent's (stdio buffers, the X connection, atexit
-// handlers) is flushed or closed twice. The parent reads the answer against a deadline, then
-// collects the child: only a child that ended normally, on time, with a well-formed answer counts.
+// The model reader in a child process. The child is forked at the first import, while the game
+// is still small, and then serves one request after another over a socket pair: the parent sends
+// the file's absolute name (or the bytes of a model in memory) and whether to bake frames, the
+// child imports and sends its answer back, length first. Forking once instead of per model keeps
+// the cost to start-up low: the reader's heap is its own after the first model. A child that
+// dies, hangs past the deadline or answers out of line is killed and collected, the import
+// fails, and the next import forks a fresh one. The child ends with _exit, so that nothing of the
+// parent's (stdio buffers, the X connection, atexit handlers) is flushed or closed twice.
 #include "ModelImport.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,48 +21,116 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 
 // Valgrind runs the reader some tens of times slower; the limit stretches with it.
 static constexpr double kValgrindSlowdown = 20.0;
-// Far more than any answer we can use (the largest model's arrays and frames); a child that
-// writes on beyond this is broken.
-static constexpr size_t kMaxAnswerBytes = size_t(1) << 30;
-static constexpr size_t kReadChunk = 1 << 16;
-// Exit code of a child that could not even write its answer.
-static constexpr int kChildFailed = 3;
+// Far more than any answer we can use (the largest model's arrays and frames) or any model we
+// send (64 MiB); a length beyond this means the other side is broken.
+static constexpr uint64_t kMaxMessageBytes = uint64_t(1) << 30;
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-bool writeAll(int fd, const std::string& bytes) {
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
+// The reader child and our end of its socket; pid 0 when there is none.
+struct Reader {
+    pid_t pid = 0;
+    int socket = -1;
+};
+Reader reader;
+
+bool sendAll(int fd, const void* data, size_t size) {
+    const char* at = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t n = send(fd, at, size, MSG_NOSIGNAL);
         if (n < 0 && errno == EINTR) {
             continue;
         }
         if (n <= 0) {
             return false;
         }
-        done += static_cast<size_t>(n);
+        at += n;
+        size -= static_cast<size_t>(n);
     }
     return true;
 }
 
-[[noreturn]] void runChild(int fd, const ModelSource& source, bool bakeFrames) {
-    // A child whose game has gone away has no one to answer.
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    bool written = false;
-    try {
-        ModelAnswer model;
-        importModelHere(source, bakeFrames, &model);
-        written = writeAll(fd, encodeModelAnswer(model));
-    } catch (...) {
-        written = false;
+// Reads exactly `size` bytes, waiting until the deadline at most (none in the child, which
+// waits for the game for as long as the game runs).
+bool receiveAll(int fd, void* data, size_t size, const Clock::time_point* deadline) {
+    char* at = static_cast<char*>(data);
+    while (size > 0) {
+        if (deadline != nullptr) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(*deadline - Clock::now());
+            pollfd ready{fd, POLLIN, 0};
+            const int polled = left.count() > 0 ? poll(&ready, 1, int(left.count())) : 0;
+            if (polled < 0 && errno == EINTR) {
+                continue;
+            }
+            if (polled <= 0) {
+                errno = polled == 0 ? ETIMEDOUT : errno;
+                return false;
+            }
+        }
+        const ssize_t n = read(fd, at, size);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            errno = n == 0 ? EPIPE : errno;
+            return false;
+        }
+        at += n;
+        size -= static_cast<size_t>(n);
     }
-    _exit(written ? 0 : kChildFailed);
+    return true;
+}
+
+bool sendMessage(int fd, const void* data, uint64_t size) {
+    return sendAll(fd, &size, sizeof size) && (size == 0 || sendAll(fd, data, size));
+}
+
+bool receiveMessage(int fd, std::string* out, const Clock::time_point* deadline) {
+    uint64_t size = 0;
+    if (!receiveAll(fd, &size, sizeof size, deadline)) {
+        return false;
+    }
+    if (size > kMaxMessageBytes) {
+        errno = EMSGSIZE;
+        return false;
+    }
+    out->resize(size);
+    return size == 0 || receiveAll(fd, &(*out)[0], size, deadline);
+}
+
+// The child's loop: a request is the bake flag, the name and the bytes (none: read the file).
+[[noreturn]] void serve(int fd) {
+    // A reader whose game has gone away has no one to answer.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::string flag, name, bytes;
+    while (receiveMessage(fd, &flag, nullptr) && receiveMessage(fd, &name, nullptr) &&
+           receiveMessage(fd, &bytes, nullptr)) {
+        ModelSource source;
+        source.name = name;
+        source.data = bytes.empty() ? nullptr : bytes.data();
+        source.size = bytes.size();
+        std::string answer;
+        try {
+            ModelAnswer model;
+            importModelHere(source, flag == "1", &model);
+            answer = encodeModelAnswer(model);
+        } catch (...) {
+            answer.clear(); // an empty answer is malformed: the import fails
+        }
+        if (!sendMessage(fd, answer.data(), answer.size())) {
+            break;
+        }
+    }
+    _exit(0);
 }
 
 double timeLimit(double seconds) {
@@ -71,56 +142,60 @@ double timeLimit(double seconds) {
     return seconds;
 }
 
-// Reads until the child closes its end; false on time-out, a read error or an answer too large.
-bool readAnswer(int fd, double seconds, std::string* answer, std::string* failure) {
-    const Clock::time_point deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                           std::chrono::duration<double>(timeLimit(seconds)));
-    char chunk[kReadChunk];
-    for (;;) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0) {
-            *failure = "the model reader took longer than " +
-                       std::to_string(static_cast<int>(timeLimit(seconds))) + " s";
-            return false;
-        }
-        pollfd ready{fd, POLLIN, 0};
-        const int polled = poll(&ready, 1, static_cast<int>(left.count()));
-        if (polled < 0 && errno == EINTR) {
-            continue;
-        }
-        const ssize_t n = polled > 0 ? read(fd, chunk, sizeof chunk) : 0;
-        if (polled > 0 && n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (polled < 0 || n < 0) {
-            *failure = std::string("reading the model reader's answer failed: ") +
-                       std::strerror(errno);
-            return false;
-        }
-        if (polled > 0 && n == 0) {
-            return true;
-        }
-        answer->append(chunk, static_cast<size_t>(n));
-        if (answer->size() > kMaxAnswerBytes) {
-            *failure = "the model reader's answer is too large";
-            return false;
-        }
+bool startReader(std::string* failure) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+        *failure = std::string("cannot start the model reader: ") + std::strerror(errno);
+        return false;
     }
+    const pid_t child = fork();
+    if (child < 0) {
+        *failure = std::string("cannot start the model reader: ") + std::strerror(errno);
+        close(ends[0]);
+        close(ends[1]);
+        return false;
+    }
+    if (child == 0) {
+        close(ends[0]);
+        serve(ends[1]);
+    }
+    close(ends[1]);
+    reader.pid = child;
+    reader.socket = ends[0];
+    return true;
 }
 
-// How the child ended, in words; empty when it exited normally.
+// How the child ended, in words.
 std::string endOf(int status) {
     if (WIFSIGNALED(status)) {
         const int signal = WTERMSIG(status);
         return "the model reader died of signal " + std::to_string(signal) + " (" +
                strsignal(signal) + ")";
     }
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        return "the model reader ended with status " + std::to_string(WEXITSTATUS(status));
+    return "the model reader ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+// Kills (when `kill` is set) and collects the child; its reason, if it ended by itself.
+std::string stopReader(bool killFirst) {
+    close(reader.socket);
+    if (killFirst) {
+        kill(reader.pid, SIGKILL);
     }
-    return "";
+    int status = 0;
+    while (waitpid(reader.pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    reader = Reader();
+    return endOf(status);
+}
+
+bool sendRequest(const ModelSource& source, bool bakeFrames) {
+    std::error_code error;
+    const std::string name = source.data != nullptr
+                                 ? source.name
+                                 : std::filesystem::absolute(source.name, error).string();
+    return sendMessage(reader.socket, bakeFrames ? "1" : "0", 1) &&
+           sendMessage(reader.socket, name.data(), name.size()) &&
+           sendMessage(reader.socket, source.data, source.data != nullptr ? source.size : 0);
 }
 
 } // namespace
@@ -128,40 +203,37 @@ std::string endOf(int status) {
 bool importModelIsolated(const ModelSource& source, bool bakeFrames, double seconds,
                          ModelAnswer* out, std::string* failure) {
     *out = ModelAnswer();
-    int fds[2];
-    if (pipe2(fds, O_CLOEXEC) != 0) {
-        *failure = std::string("cannot start the model reader: ") + std::strerror(errno);
-        return false;
+    failure->clear();
+    // A reader that ended since the last import (killed from outside, say) gets one restart.
+    for (int attempt = 0;; ++attempt) {
+        if (reader.pid == 0 && !startReader(failure)) {
+            return false;
+        }
+        if (sendRequest(source, bakeFrames)) {
+            break;
+        }
+        stopReader(true);
+        if (attempt == 1) {
+            *failure = "cannot send the model to its reader";
+            return false;
+        }
     }
-    const pid_t child = fork();
-    if (child < 0) {
-        *failure = std::string("cannot start the model reader: ") + std::strerror(errno);
-        close(fds[0]);
-        close(fds[1]);
-        return false;
-    }
-    if (child == 0) {
-        close(fds[0]);
-        runChild(fds[1], source, bakeFrames);
-    }
-    close(fds[1]);
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                           std::chrono::duration<double>(timeLimit(seconds)));
     std::string answer;
-    const bool complete = readAnswer(fds[0], seconds, &answer, failure);
-    close(fds[0]);
-    if (!complete) {
-        kill(child, SIGKILL);
-    }
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    if (!complete) {
-        return false;
-    }
-    *failure = endOf(status);
-    if (!failure->empty()) {
+    if (!receiveMessage(reader.socket, &answer, &deadline)) {
+        const int reason = errno;
+        const std::string ended = stopReader(reason != EPIPE);
+        *failure = reason == EPIPE ? ended
+                   : reason == ETIMEDOUT
+                       ? "the model reader took longer than " +
+                             std::to_string(static_cast<int>(timeLimit(seconds))) + " s"
+                       : std::string("the model reader's answer failed: ") + std::strerror(reason);
         return false;
     }
     if (!decodeModelAnswer(answer.data(), answer.size(), out)) {
+        stopReader(true); // a reader that says this much nonsense is not asked again
         *failure = "the model reader's answer is malformed";
         return false;
     }
