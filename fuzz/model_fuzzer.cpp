@@ -1,12 +1,15 @@
 // libFuzzer target for loading a model from bytes: our FBX pre-check, the importer, our checks of
-// the imported scene, and the flat arrays and skin frames built from it. Any bytes must load or be
-// refused with a log line, without touching memory out of bounds; a model that loads must have
-// arrays that agree with its counts. It runs without a GL context (texture and buffer calls then
-// do nothing) and writes "log.txt" in the working directory.
+// the imported scene, the skin frames baked from it (every input loads as a character), the
+// answer written and read back, and the flat arrays built from it. The reader runs in this
+// process here, so that the fuzzer sees what it does. Any bytes must load or be refused with a
+// log line, without touching memory out of bounds; a model that loads must have arrays that agree
+// with its counts. It runs without a GL context (texture and buffer calls then do nothing) and
+// writes "log.txt" in the working directory.
 #include "FBXModel.h"
 
 #include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -33,9 +36,15 @@ void checkArrays(const FBXModel& model) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FBXModel::isolateImport = false;
     FBXModel model;
+    model.animated = true;
     model.loadModelFromMemory(data, size, "fuzz.fbx");
     checkArrays(model);
+    check(model.frameCount == 0 || model.frameCount == FBXModel::kSkinFrames);
+    for (const std::vector<float>& frame : model.frames) {
+        check(frame.size() == model.vertices.size());
+    }
     if (model.frameCount > 0) {
         for (int frame = 0; frame < model.frameCount; ++frame) {
             model.advanceAnimation(1.0f / 30.0f);

@@ -1,7 +1,8 @@
 // FBXModel: one model file and one TGA texture turned into flat triangle arrays that OpenGL
 // draws in one of three render modes (immediate, vertex arrays, ARB buffer objects), optionally
 // through display lists. Skinned models get 31 vertex frames computed once at load time and are
-// drawn as a blend between two of them. Models are shared by every object that shows them.
+// drawn as a blend between two of them. Models are shared by every object that shows them. The
+// file itself is read in a child process (see ModelImport.h).
 #pragma once
 
 #include "MaterialOverrides.h"
@@ -10,16 +11,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
-struct aiMesh;
-struct aiNode;
-struct aiScene;
-namespace Assimp {
-class Importer;
-}
+struct ModelAnswer;
+struct ModelSource;
 
 // The preset models: each names its own file, texture, animation and scale.
 enum class ModelKind { Flag, Rocket, Sheep, Herder, Sky, TestSphere, Terrain, Wolf };
@@ -34,6 +30,11 @@ public:
     static constexpr int kSkinFrames = 31;
     // Seconds after which advanceAnimation steps to the next frame.
     static constexpr float kFrameStep = 0.0125f;
+    // How long the model reader may take over one file (the terrain takes a fraction of this).
+    static constexpr double kImportSeconds = 20.0;
+    // Whether model files are read in a child process (the default). The fuzzer reads them in
+    // its own process, where it can see what the reader does.
+    static bool isolateImport;
 
     // An empty model; copies the render-mode, filter and display-list settings of the engine.
     FBXModel();
@@ -47,7 +48,8 @@ public:
     FBXModel& operator=(const FBXModel&) = delete;
 
     // Imports the file, builds the flat arrays, uploads the texture and prepares buffers and
-    // frames; logs each step. A failed import leaves the model empty.
+    // frames (baked when `animated` is set); logs each step. A failed import, a reader that
+    // crashed or hung included, leaves the model empty.
     void loadModel(const std::string& fileName);
     // The same from bytes in memory; `name` is used for the log and to pick the format.
     void loadModelFromMemory(const void* data, size_t size, const std::string& name);
@@ -127,26 +129,21 @@ public:
     bool buffersCreated = false;
 
 private:
-    // Loading steps: a fresh importer, then either the scene's contents or the failure log.
-    bool createImporter();
-    void finishLoading(const aiScene* scene, const std::string& name);
-    void importScene(const aiScene* scene);
-    void readMesh(const aiScene* scene, const aiMesh* mesh, const aiNode* node);
-    void readPolygonTables(const aiMesh* mesh);
+    // Loading steps: the reader's answer (or the failure log), then what is built from it.
+    void importAndFinish(const ModelSource& source, bool accepted);
+    void useImport(ModelAnswer& imported);
+    void readPolygonTables(const std::vector<int>& sizes, const std::vector<int>& indices);
     void loadTexture();
     void buildFlatArrays();
     void uploadTexture();
-    void computeFrames(const aiScene* scene);
     void drawImmediate(const float* positions);
     void drawArrays(const float* positions);
     void drawBuffers();
     void streamPositions();
     void syncSettings();
 
-    // The importer and its scene live from the import to the end of loading.
-    std::unique_ptr<Assimp::Importer> importer_;
-    const aiMesh* mesh_ = nullptr;
-    const aiNode* meshNode_ = nullptr;
+    // Frames the reader baked, kept from the import until prepareBuffersAndFrames.
+    std::vector<std::vector<float>> bakedFrames_;
     std::vector<float> blended_;
     // The frame and clock that blended_ and the position buffer were last made for: every object
     // that shows the model draws the same pose in a frame, so the blend and the buffer upload

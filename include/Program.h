@@ -2,6 +2,8 @@
 // Engine. main() only calls Program::run.
 #pragma once
 
+struct _XDisplay;
+
 class Program {
 public:
     // Builds the program's objects in their fixed order and enters the GLUT main loop.
@@ -9,7 +11,10 @@ public:
     static int run(int argc, char** argv);
 
 private:
-    static bool displayAvailable();
+    // Our own connection to the X server, or null (with a line on stderr) when there is none.
+    // The caller keeps it open until GLUT has its own: a server that resets when its last client
+    // leaves would otherwise reset in between and refuse GLUT.
+    static _XDisplay* connectToDisplay();
     static void openDisplay(const char* mode);
     static void registerInput();
     static void reshape(int width, int height);

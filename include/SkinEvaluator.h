@@ -24,3 +24,10 @@ aiMatrix4x4 nodeGlobalTransform(const aiNode* node, const aiAnimation* take, dou
 // meshNode (null: stays where it is). `out` gets one position per vertex of the mesh.
 void evaluateSkin(const aiScene* scene, const aiMesh* mesh, const aiNode* meshNode,
                   const aiAnimation* take, double ticks, std::vector<aiVector3D>* out);
+
+// The frames a skinned model is drawn from: FBXModel::kSkinFrames evenly over the first take,
+// each with 3 floats per polygon vertex (polygonIndices name the mesh's vertices) in the mesh
+// node's own space. Without a take, every frame is the bind pose; without a mesh, empty.
+std::vector<std::vector<float>> bakeSkinFrames(const aiScene* scene, const aiMesh* mesh,
+                                               const aiNode* meshNode,
+                                               const std::vector<int>& polygonIndices);

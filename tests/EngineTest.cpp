@@ -15,6 +15,9 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -92,6 +95,39 @@ TEST_F(EngineTest, ReadSettingsReplacesDefaultsEvenWithZero) {
     EXPECT_EQ(engine->mouseSensPitch, 0) << "a missing game mode exhausts the file";
     EXPECT_EQ(engine->mouseSensYaw, 0);
     EXPECT_EQ(engine->gameSpeed, 0);
+}
+
+// Factors far outside what anyone plays with are clamped to 10,000 either way, with a log line
+// naming the setting; values inside stay as they are and are not logged.
+TEST_F(EngineTest, ReadSettingsClampsExtremeValuesWithALogLine) {
+    Engine* engine = Engine::getInstance();
+    const struct {
+        const char* value;
+        int expected;
+        bool logged;
+    } cases[] = {{"-2147483648", -10000, true}, {"2147483647", 10000, true},
+                 {"100000000", 10000, true},    {"10001", 10000, true},
+                 {"-10001", -10000, true},      {"10000", 10000, false},
+                 {"-10000", -10000, false},     {"3", 3, false}};
+    for (const auto& c : cases) {
+        std::remove("log.txt");
+        writeFile("settings.ini", std::string("I_MOUSE_SENSPITCH=") + c.value +
+                                      "\nI_MOUSE_SENSYAW=" + c.value + "\nGAME_SPEED=" + c.value +
+                                      "\n");
+        SettingsFile settings;
+        engine->setSettings(&settings);
+        engine->readSettings();
+        EXPECT_EQ(engine->mouseSensPitch, c.expected) << c.value;
+        EXPECT_EQ(engine->mouseSensYaw, c.expected) << c.value;
+        EXPECT_EQ(engine->gameSpeed, c.expected) << c.value;
+        const std::vector<std::string> log = readLines("log.txt");
+        for (const char* name : {"I_MOUSE_SENSPITCH", "I_MOUSE_SENSYAW", "GAME_SPEED"}) {
+            const std::string line = std::string("setting ") + name + "=" + c.value +
+                                     " is out of range, using " + std::to_string(c.expected);
+            EXPECT_EQ(std::count(log.begin(), log.end(), line), c.logged ? 1 : 0) << line;
+        }
+    }
+    engine->setSettings(nullptr);
 }
 
 TEST_F(EngineTest, ShowResultAnnouncesForTheRestOfTheGame) {

@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -184,6 +185,33 @@ TEST_F(SceneTest, MouseLookUsesIntegerArithmetic) {
     input->mouseDy = 0;
     engine_->processInput();
     EXPECT_FLOAT_EQ(scene_->getPlayer()->getRotationY() - heading, 0.5f * -2 * 5);
+    engine_->renderer = nullptr;
+}
+
+// The mouse arithmetic holds for any factor the settings reader can return and any pointer step
+// the window system can report (the sanitizer build stops on a signed overflow here).
+TEST_F(SceneTest, MouseLookHoldsForExtremeFactorsAndSteps) {
+    Renderer renderer(scene_);
+    engine_->renderer = &renderer;
+    InputManager* input = InputManager::getInstance();
+    cycle(0.5);
+    const int extremes[] = {std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), -1};
+    for (int factor : extremes) {
+        for (int step : extremes) {
+            engine_->mouseSensYaw = factor;
+            engine_->mouseSensPitch = factor;
+            input->mouseMoved = true;
+            input->mouseDx = step;
+            input->mouseDy = step;
+            engine_->processInput();
+            EXPECT_TRUE(std::isfinite(renderer.getCamera()->height)) << factor << " " << step;
+            EXPECT_TRUE(std::isfinite(scene_->getPlayer()->getRotationY()));
+        }
+    }
+    input->lastX = std::numeric_limits<int>::min();
+    input->lastY = 0;
+    input->passiveMotion(std::numeric_limits<int>::max(), 0);
+    EXPECT_EQ(input->mouseDx, std::numeric_limits<int>::max()) << "the step is held within int";
     engine_->renderer = nullptr;
 }
 

@@ -15,7 +15,10 @@
 
 #include <GL/gl.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <string>
 
 static const char* const kVboExtension = "GL_ARB_vertex_buffer_object";
 static const char* const kWonText = "you won the game. hooray. press ESC to exit.";
@@ -34,6 +37,20 @@ static constexpr float kLaunchUp = 5.0f;
 static constexpr float kLaunchPitchFactor = 8.0f;
 static constexpr float kLaunchBehind = 0.4f;
 static constexpr float kLaunchAbove = 2.5f;
+// The mouse factors and the game speed are small numbers in any playable settings file; larger
+// ones are clamped to this magnitude (and logged) before they scale anything.
+static constexpr int kMaxSettingMagnitude = 10000;
+
+// The setting within +-kMaxSettingMagnitude; a value outside gets a log line.
+static int saneSetting(const char* name, int value) {
+    const int clamped = std::clamp(value, -kMaxSettingMagnitude, kMaxSettingMagnitude);
+    if (clamped != value) {
+        const std::string line = std::string("setting ") + name + "=" + std::to_string(value) +
+                                 " is out of range, using " + std::to_string(clamped);
+        Logfile::appendLine(line.c_str());
+    }
+    return clamped;
+}
 
 Engine::Engine() {
     Renderer::nearClip = kNearClip;
@@ -45,9 +62,9 @@ void Engine::readSettings() {
     if (settings_ == nullptr) {
         return;
     }
-    mouseSensPitch = settings_->getInt("I_MOUSE_SENSPITCH");
-    mouseSensYaw = settings_->getInt("I_MOUSE_SENSYAW");
-    gameSpeed = settings_->getInt("GAME_SPEED");
+    mouseSensPitch = saneSetting("I_MOUSE_SENSPITCH", settings_->getInt("I_MOUSE_SENSPITCH"));
+    mouseSensYaw = saneSetting("I_MOUSE_SENSYAW", settings_->getInt("I_MOUSE_SENSYAW"));
+    gameSpeed = saneSetting("GAME_SPEED", settings_->getInt("GAME_SPEED"));
 }
 
 bool Engine::extensionListHas(const char* list, const char* name) {
@@ -86,7 +103,8 @@ void Engine::gameCycle() {
 
 // Turning by keys and mouse. The mouse factors are paired crosswise on purpose (the one named
 // for yaw scales the vertical motion), and the integer arithmetic truncates as it always has:
-// the settings files in use are tuned to it.
+// the settings files in use are tuned to it. Products are taken in 64 bits, where no pair of
+// ints can overflow, whatever the factors were set to.
 void Engine::turnAndLook(Object3D* herder, float dt) {
     const InputManager* input = InputManager::getInstance();
     if (input->turnLeftHeld) {
@@ -98,9 +116,10 @@ void Engine::turnAndLook(Object3D* herder, float dt) {
     if (input->mouseMoved) {
         Camera* camera = renderer != nullptr ? renderer->getCamera() : nullptr;
         if (camera != nullptr) {
-            camera->height += dt * static_cast<float>((input->mouseDy * mouseSensYaw) / 10);
+            const int64_t look = int64_t{input->mouseDy} * mouseSensYaw / 10;
+            camera->height += dt * static_cast<float>(look);
         }
-        herder->turn(dt * static_cast<float>(-mouseSensPitch * input->mouseDx));
+        herder->turn(dt * static_cast<float>(-int64_t{mouseSensPitch} * input->mouseDx));
     }
 }
 

@@ -8,7 +8,10 @@
 
 #include <GL/freeglut.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <string>
 
 static constexpr unsigned char kEscape = 27;
@@ -16,6 +19,13 @@ static constexpr unsigned char kEscape = 27;
 static constexpr int kBorder = 100;
 // Seconds the switch messages stay on the HUD.
 static constexpr float kMessageSeconds = 1000.0f;
+
+// a - b for pointer coordinates, held within int: the window system hands over any int.
+static int difference(int a, int b) {
+    const int64_t d = int64_t{a} - b;
+    return static_cast<int>(std::clamp<int64_t>(d, std::numeric_limits<int>::min(),
+                                                std::numeric_limits<int>::max()));
+}
 
 void InputManager::specialDown(int key, int, int) {
     switch (key) {
@@ -175,8 +185,8 @@ void InputManager::mouseButton(int button, int state, int, int) {
 
 void InputManager::passiveMotion(int x, int y) {
     if (lastX != -1 && lastY != -1) {
-        mouseDx = x - lastX;
-        mouseDy = y - lastY;
+        mouseDx = difference(x, lastX);
+        mouseDy = difference(y, lastY);
         mouseMoved = true;
     }
     lastX = x;

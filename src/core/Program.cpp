@@ -26,7 +26,7 @@ static const char* const kWindowTitle = "Herder";
 
 static Engine* engine = nullptr;
 
-bool Program::displayAvailable() {
+Display* Program::connectToDisplay() {
     Display* display = XOpenDisplay(nullptr);
     if (display == nullptr) {
         const char* name = std::getenv("DISPLAY");
@@ -34,10 +34,8 @@ bool Program::displayAvailable() {
                      "herder: cannot open X display \"%s\"; the game needs an X server with "
                      "OpenGL (set DISPLAY)\n",
                      name != nullptr ? name : "");
-        return false;
     }
-    XCloseDisplay(display);
-    return true;
+    return display;
 }
 
 // Game mode when the server can switch to the requested mode; otherwise a window the size of the
@@ -87,10 +85,12 @@ void Program::idle() {
 }
 
 int Program::run(int argc, char** argv) {
-    if (!displayAvailable()) {
+    Display* check = connectToDisplay();
+    if (check == nullptr) {
         return 1;
     }
     glutInit(&argc, argv);
+    XCloseDisplay(check);
     glutInitDisplayMode(GLUT_DOUBLE | GLUT_DEPTH);
     SettingsFile* settings = new SettingsFile();
     const std::string mode = settings->getString("G_GAMEMODESTRING");

@@ -7,12 +7,15 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 // Deeper nesting than any modelling tool writes (they stay below 10); the importer recurses.
@@ -36,6 +39,10 @@ static constexpr double kMaxKeyJump = 1e6;
 static constexpr double kSplitCover = 170.0;
 static constexpr double kMaxSplitKeys = 1 << 18;
 static constexpr double kSplitJump = 180.0;
+// Chains of objects, each the child of the next: far longer than any rig a modelling tool writes
+// (a few dozen bones), far shorter than the several thousand at which the importer's recursive
+// node conversion runs out of stack.
+static constexpr int kMaxNodeDepth = 512;
 static const char kBinaryMagic[] = "Kaydara FBX Binary";
 static constexpr size_t kBinaryHeader = 27;        // magic, five bytes, 32-bit version
 static constexpr uint32_t kWideRecordsFrom = 7500; // from this version on, record fields are 64-bit
@@ -71,10 +78,88 @@ private:
     double splitKeys_ = 0.0;
 };
 
+// The object-to-object ("OO") connections of a file: child to parents, by id (FBX 7) or by name
+// (FBX 6). Their longest chain is the depth of the hierarchy the importer will build.
+class NodeGraph {
+public:
+    // Fields of one connection record: its kind, the child, the parent.
+    void connect(const std::vector<std::string>& fields) {
+        if (fields.size() >= 3 && fields[0] == "OO") {
+            parents_[fields[1]].push_back(fields[2]);
+        }
+    }
+
+    // Whether no chain is longer than kMaxNodeDepth and none closes on itself. The walk keeps
+    // its own stack: the files it looks at are the ones too deep for recursion.
+    bool shallow() const {
+        std::unordered_map<std::string, int> depth;
+        for (const auto& start : parents_) {
+            std::vector<std::string> pending{start.first};
+            while (!pending.empty()) {
+                const std::string node = pending.back();
+                const auto known = depth.find(node);
+                if (known != depth.end() && known->second >= 0) {
+                    pending.pop_back();
+                    continue;
+                }
+                const auto parents = parents_.find(node);
+                if (known == depth.end()) {
+                    depth[node] = kOpen; // open nodes are the path being walked
+                    for (size_t i = 0; parents != parents_.end() && i < parents->second.size();
+                         ++i) {
+                        const auto seen = depth.find(parents->second[i]);
+                        if (seen != depth.end() && seen->second == kOpen) {
+                            return false;
+                        }
+                        if (seen == depth.end()) {
+                            pending.push_back(parents->second[i]);
+                        }
+                    }
+                    continue;
+                }
+                int deepest = 0;
+                for (size_t i = 0; parents != parents_.end() && i < parents->second.size(); ++i) {
+                    deepest = std::max(deepest, depth[parents->second[i]] + 1);
+                }
+                if (deepest > kMaxNodeDepth) {
+                    return false;
+                }
+                depth[node] = deepest;
+                pending.pop_back();
+            }
+        }
+        return true;
+    }
+
+private:
+    static constexpr int kOpen = -1;
+    std::unordered_map<std::string, std::vector<std::string>> parents_;
+};
+
+// Embedded content in an ASCII file is base64 text; the importer sizes its buffer from the
+// length alone and mishandles any other character, so each string must be well formed: only
+// the alphabet, padded to a multiple of four.
+bool isBase64(const std::string& text) {
+    if (text.empty() || text.size() % 4 != 0) {
+        return false;
+    }
+    const size_t padding = text.size() - text.find_last_not_of('=') - 1;
+    if (text.find_last_not_of('=') == std::string::npos || padding > 2) {
+        return false;
+    }
+    return std::all_of(text.begin(), text.end() - padding, [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) || c == '+' || c == '/';
+    });
+}
+
+bool isConnectionKey(const std::string& key) {
+    return key == "C" || key == "Connect";
+}
+
 class BinaryWalk {
 public:
-    BinaryWalk(const uint8_t* data, size_t size, CurveLimits* curves)
-        : data_(data), size_(size), curves_(curves) {}
+    BinaryWalk(const uint8_t* data, size_t size, CurveLimits* curves, NodeGraph* graph)
+        : data_(data), size_(size), curves_(curves), graph_(graph) {}
 
     bool run() {
         size_t at = sizeof(kBinaryMagic) - 1 + 5;
@@ -134,6 +219,7 @@ private:
             return false;
         }
         const size_t propertiesEnd = at + length;
+        fields_.clear();
         for (uint64_t i = 0; i < count; ++i) {
             if (!property(at, propertiesEnd, name)) {
                 return false;
@@ -141,6 +227,9 @@ private:
         }
         if (at != propertiesEnd) {
             return false;
+        }
+        if (isConnectionKey(name)) {
+            graph_->connect(fields_);
         }
         return at == recordEnd || children(at, recordEnd, depth);
     }
@@ -178,12 +267,22 @@ private:
         case 'Y':
             return skip(at, end, 2);
         case 'I':
+            return field(at, end, 4, owner);
+        case 'L':
+            return field(at, end, 8, owner);
         case 'F':
             return skip(at, end, 4);
         case 'D':
-        case 'L':
             return skip(at, end, 8);
         case 'S':
+            if (!read(at, end, 4, &length) || end - at < length) {
+                return false;
+            }
+            if (isConnectionKey(owner)) {
+                fields_.emplace_back(data_ + at, data_ + at + length);
+            }
+            at += length;
+            return true;
         case 'R':
             return read(at, end, 4, &length) && skip(at, end, length);
         case 'b':
@@ -198,6 +297,19 @@ private:
         default:
             return false;
         }
+    }
+
+    // An integer property; kept as text when it is an id in a connection record.
+    bool field(size_t& at, size_t end, uint64_t bytes, const std::string& owner) {
+        uint64_t value = 0;
+        if (!read(at, end, bytes, &value)) {
+            return false;
+        }
+        if (isConnectionKey(owner)) {
+            const int64_t id = bytes == 4 ? int64_t(int32_t(uint32_t(value))) : int64_t(value);
+            fields_.push_back(std::to_string(id));
+        }
+        return true;
     }
 
     bool array(size_t& at, size_t end, char type, const std::string& owner) {
@@ -272,27 +384,41 @@ private:
     const uint8_t* data_;
     size_t size_;
     CurveLimits* curves_;
+    NodeGraph* graph_;
+    std::vector<std::string> fields_; // of the connection record being read
     bool wide_ = false;
     uint64_t arrayBytes_ = 0;
 };
 
-// The ASCII form: scopes are counted and the numbers inside the scope of every "KeyTime" and
-// "KeyValueFloat" key are checked. The text ends at its first NUL, as it does for the importer.
+// The ASCII form: scopes are counted, the numbers inside the scope of every "KeyTime" and
+// "KeyValueFloat" key are checked, and so are the values of connections and of embedded
+// "Content" (a key's values run to the next key or brace, across lines, as for the importer).
+// The text ends at its first NUL, as it does for the importer.
 class AsciiWalk {
 public:
-    explicit AsciiWalk(CurveLimits* curves) : curves_(curves) {}
+    AsciiWalk(CurveLimits* curves, NodeGraph* graph) : curves_(curves), graph_(graph) {}
 
     bool run(const char* text, size_t size) {
         bool comment = false, quoted = false;
-        for (size_t i = 0; i < size && text[i] != '\0' && curves_->ok(); ++i) {
+        for (size_t i = 0; i < size && text[i] != '\0' && curves_->ok() && valid_; ++i) {
             const char c = text[i];
             if (c == '\n' || c == '\r') {
                 comment = false;
             }
-            if (comment || (quoted && c != '"')) {
+            if (quoted && c != '"') {
+                if (keepsValues()) {
+                    word_ += c;
+                }
+                continue;
+            }
+            if (comment) {
                 continue;
             }
             if (c == '"') {
+                if (quoted && keepsValues()) {
+                    values_.push_back({true, word_});
+                    word_.clear();
+                }
                 quoted = !quoted;
                 endWord(false);
             } else if (c == ';') {
@@ -300,11 +426,13 @@ public:
                 comment = true;
             } else if (c == '{') {
                 endWord(false);
+                finishValue();
                 if (++depth_ > kMaxDepth) {
                     return false;
                 }
             } else if (c == '}') {
                 endWord(false);
+                finishValue();
                 if (--depth_ < 0) {
                     return false;
                 }
@@ -319,14 +447,23 @@ public:
                 word_ += c;
             }
         }
-        return curves_->ok() && parsed_;
+        finishValue();
+        return curves_->ok() && parsed_ && valid_;
     }
 
 private:
     enum Kind { None, Times, Values };
+    struct Token {
+        bool quoted;
+        std::string text;
+    };
+
+    bool keepsValues() const { return isConnectionKey(key_) || key_ == "Content"; }
 
     void endWord(bool isKey) {
         if (isKey) {
+            finishValue();
+            key_ = word_;
             if (kind_ != None && depth_ == arrayDepth_) {
                 finishArray();
             }
@@ -336,8 +473,28 @@ private:
             }
         } else if (kind_ != None && depth_ > arrayDepth_ && !word_.empty()) {
             numbers_.push_back(word_);
+        } else if (keepsValues() && !word_.empty()) {
+            values_.push_back({false, word_});
         }
         word_.clear();
+    }
+
+    // The values of the key that just ended: connections go to the graph; content must be
+    // base64 strings.
+    void finishValue() {
+        if (isConnectionKey(key_)) {
+            std::vector<std::string> fields;
+            for (const Token& token : values_) {
+                fields.push_back(token.text);
+            }
+            graph_->connect(fields);
+        } else if (key_ == "Content") {
+            for (const Token& token : values_) {
+                valid_ = valid_ && token.quoted && isBase64(token.text);
+            }
+        }
+        values_.clear();
+        key_.clear();
     }
 
     void finishArray() {
@@ -359,12 +516,16 @@ private:
     }
 
     CurveLimits* curves_;
+    NodeGraph* graph_;
     int depth_ = 0;
     std::string word_;
     Kind kind_ = None;
     int arrayDepth_ = 0;
     std::vector<std::string> numbers_;
     bool parsed_ = true;
+    std::string key_;           // the key whose values are being read
+    std::vector<Token> values_; // of that key, when it is a connection or content
+    bool valid_ = true;
 };
 
 } // namespace
@@ -372,9 +533,11 @@ private:
 bool fbxWithinImportLimits(const void* data, size_t size) {
     const auto* bytes = static_cast<const uint8_t*>(data);
     CurveLimits curves;
+    NodeGraph graph;
     const size_t magic = sizeof(kBinaryMagic) - 1;
     if (size >= kBinaryHeader && std::equal(kBinaryMagic, kBinaryMagic + magic, bytes)) {
-        return BinaryWalk(bytes, size, &curves).run() && curves.ok();
+        return BinaryWalk(bytes, size, &curves, &graph).run() && curves.ok() && graph.shallow();
     }
-    return AsciiWalk(&curves).run(static_cast<const char*>(data), size);
+    return AsciiWalk(&curves, &graph).run(static_cast<const char*>(data), size) &&
+           graph.shallow();
 }

@@ -1,8 +1,8 @@
-// Loading a model: the file is imported with Assimp, its mesh becomes polygon tables and flat
-// per-vertex arrays, its TGA texture is uploaded with mipmaps, and skinned models get their
-// frames baked (through prepareBuffersAndFrames). Model files and textures are untrusted input:
-// anything the importer cannot vouch for, or that would make us index out of range, is treated
-// as a failed import and leaves an empty model behind.
+// Loading a model: our own checks look at the file first, the model reader (Assimp, in a child
+// process) turns its mesh into polygon tables and control-point arrays and bakes the frames of
+// skinned models, and here they become flat per-vertex arrays with the TGA texture uploaded with
+// mipmaps. Model files and textures are untrusted input: anything refused, any reader that
+// crashes or hangs, is a failed import and leaves an empty model behind.
 #include "FBXModel.h"
 
 #include "Engine.h"
@@ -10,33 +10,21 @@
 #include "InputManager.h"
 #include "LevelFacts.h"
 #include "Logfile.h"
+#include "ModelImport.h"
 #include "TGAImage.h"
 
 #include <GL/glext.h>
 #include <GL/glu.h>
-#include <assimp/Importer.hpp>
-#include <assimp/postprocess.h>
-#include <assimp/scene.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <new>
-#include <stdexcept>
 
-// Joined vertices stand in for the control points of the mesh. Nothing here triangulates: the
-// arrays are drawn as GL_TRIANGLES whatever the polygons are, as the game always did. Assimp's
-// validation turns an inconsistent scene into a failed import instead of a crash later.
-static constexpr unsigned kImportFlags =
-    aiProcess_JoinIdenticalVertices | aiProcess_ValidateDataStructure;
 // The only formats we read, and the largest model we accept (the level is a few MiB).
 static const char* const kModelExtensions[] = {".fbx", ".3ds", ".dae", ".dxf", ".obj"};
 static constexpr std::uintmax_t kMaxModelBytes = 64u * 1024 * 1024;
-// Assimp marks the nodes it inserts for pivots, pre/post rotations and geometric offsets.
-static const char* const kHelperNodeMark = "_$AssimpFbx$_";
 static constexpr uint8_t kRightToLeft = 0x10;
 static constexpr uint8_t kTopToBottom = 0x20;
 
@@ -95,132 +83,7 @@ bool fileWithinFormatLimits(const std::string& name) {
     return in.good() || in.eof() ? fbxWithinImportLimits(bytes.data(), bytes.size()) : false;
 }
 
-bool finite(const aiVector3D& v) {
-    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
-}
-
-bool finiteArray(const aiVector3D* values, unsigned count) {
-    return values == nullptr || std::all_of(values, values + count, finite);
-}
-
-// Faces index only existing vertices and every coordinate we copy or draw is a number.
-bool meshIsSound(const aiMesh* mesh) {
-    if (mesh == nullptr || mesh->mVertices == nullptr || mesh->mFaces == nullptr) {
-        return mesh != nullptr && mesh->mNumFaces == 0;
-    }
-    for (unsigned f = 0; f < mesh->mNumFaces; ++f) {
-        const aiFace& face = mesh->mFaces[f];
-        if (face.mNumIndices > 0 && face.mIndices == nullptr) {
-            return false;
-        }
-        for (unsigned i = 0; i < face.mNumIndices; ++i) {
-            if (face.mIndices[i] >= mesh->mNumVertices) {
-                return false;
-            }
-        }
-    }
-    return finiteArray(mesh->mVertices, mesh->mNumVertices) &&
-           finiteArray(mesh->mNormals, mesh->mNumVertices) &&
-           finiteArray(mesh->mTextureCoords[0], mesh->mNumVertices);
-}
-
-bool bonesAreFinite(const aiMesh* mesh) {
-    for (unsigned b = 0; b < mesh->mNumBones && mesh->mBones != nullptr; ++b) {
-        const aiMatrix4x4& m = mesh->mBones[b]->mOffsetMatrix;
-        if (!std::all_of(m[0], m[0] + 16, [](float x) { return std::isfinite(x); })) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// Key values feed the baked frames as positions; a NaN there would spread over the model.
-bool keysAreFinite(const aiNodeAnim* ch) {
-    for (unsigned k = 0; k < ch->mNumPositionKeys && ch->mPositionKeys != nullptr; ++k) {
-        if (!finite(ch->mPositionKeys[k].mValue) || !std::isfinite(ch->mPositionKeys[k].mTime)) {
-            return false;
-        }
-    }
-    for (unsigned k = 0; k < ch->mNumScalingKeys && ch->mScalingKeys != nullptr; ++k) {
-        if (!finite(ch->mScalingKeys[k].mValue) || !std::isfinite(ch->mScalingKeys[k].mTime)) {
-            return false;
-        }
-    }
-    for (unsigned k = 0; k < ch->mNumRotationKeys && ch->mRotationKeys != nullptr; ++k) {
-        const aiQuaternion& q = ch->mRotationKeys[k].mValue;
-        if (!std::isfinite(q.w + q.x + q.y + q.z) || !std::isfinite(ch->mRotationKeys[k].mTime)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool animationsAreFinite(const aiScene* scene) {
-    for (unsigned a = 0; a < scene->mNumAnimations && scene->mAnimations != nullptr; ++a) {
-        const aiAnimation* take = scene->mAnimations[a];
-        for (unsigned c = 0; c < take->mNumChannels && take->mChannels != nullptr; ++c) {
-            if (!keysAreFinite(take->mChannels[c])) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
-// What we accept from the importer: a complete scene with a root node whose meshes are sound
-// and whose skin and takes hold only numbers.
-bool sceneIsUsable(const aiScene* scene) {
-    if (scene == nullptr || scene->mRootNode == nullptr ||
-        (scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0) {
-        return false;
-    }
-    if (scene->mNumMeshes > 0 && scene->mMeshes == nullptr) {
-        return false;
-    }
-    const auto meshes = scene->mMeshes;
-    const auto end = meshes + scene->mNumMeshes;
-    return std::all_of(meshes, end, meshIsSound) && std::all_of(meshes, end, bonesAreFinite) &&
-           animationsAreFinite(scene);
-}
-
-// The node of a root child that carries its mesh. Assimp expresses pivots and offsets as a chain
-// of helper nodes ("<name>_$AssimpFbx$_<part>") ending in the real node; the chain stands for
-// that one node, or a file from a modelling tool would load without its mesh.
-const aiNode* chainEnd(const aiNode* child) {
-    const aiNode* node = child;
-    std::string name = node->mName.C_Str();
-    std::string::size_type mark = name.find(kHelperNodeMark);
-    while (mark != std::string::npos && node->mNumMeshes == 0) {
-        const std::string base = name.substr(0, mark);
-        const aiNode* next = nullptr;
-        for (unsigned i = 0; i < node->mNumChildren && node->mChildren != nullptr && !next; ++i) {
-            const std::string childName = node->mChildren[i]->mName.C_Str();
-            if (childName == base || childName.rfind(base + kHelperNodeMark, 0) == 0) {
-                next = node->mChildren[i];
-            }
-        }
-        if (next == nullptr) {
-            break;
-        }
-        node = next;
-        name = node->mName.C_Str();
-        mark = name.find(kHelperNodeMark);
-    }
-    return node;
-}
-
 } // namespace
-
-// Debian builds Assimp with its internal assertions on, and a failed one aborts the program; a
-// damaged file can trip them (a skin cluster naming a vertex the mesh does not have, for one).
-// The library calls this handler through its PLT, so this definition takes the place of its own
-// and throws instead: the importer turns that into a failed import.
-namespace Assimp {
-void aiAssertViolation(const char* failedExpression, const char* file, int line) {
-    throw std::runtime_error(std::string("assertion failed: ") + failedExpression + " (" + file +
-                             ":" + std::to_string(line) + ")");
-}
-} // namespace Assimp
 
 FBXModel::FBXModel() {
     const InputManager* input = InputManager::getInstance();
@@ -252,76 +115,71 @@ FBXModel::FBXModel(ModelKind kind) : FBXModel() {
     scale = preset.scale;
 }
 
-// new (nothrow): the importer is the one object whose absence we report rather than throw.
-bool FBXModel::createImporter() {
-    importer_.reset(new (std::nothrow) Assimp::Importer());
-    if (importer_ == nullptr) {
-        Logfile::appendLine("Unable to create FBX-SDK Manager");
-        return false;
-    }
-    Logfile::appendLine("loading model 1");
-    return true;
-}
+bool FBXModel::isolateImport = true;
 
 void FBXModel::loadModel(const std::string& fileName) {
-    if (!createImporter()) {
-        return;
-    }
-    const aiScene* scene = nullptr;
+    Logfile::appendLine("loading model 1");
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(fileName, error);
-    if (!error && bytes <= kMaxModelBytes && isModelExtension(fileName) &&
-        fileWithinFormatLimits(fileName)) {
-        try {
-            scene = importer_->ReadFile(fileName, kImportFlags);
-        } catch (...) {
-            scene = nullptr; // Assimp catches its own errors; anything else is a failure too
-        }
-    }
-    finishLoading(scene, fileName);
+    const bool accepted = !error && bytes <= kMaxModelBytes && isModelExtension(fileName) &&
+                          fileWithinFormatLimits(fileName);
+    ModelSource source;
+    source.name = fileName;
+    importAndFinish(source, accepted);
 }
 
 void FBXModel::loadModelFromMemory(const void* data, size_t size, const std::string& name) {
-    if (!createImporter()) {
-        return;
-    }
-    const aiScene* scene = nullptr;
-    if (data != nullptr && size > 0 && size <= kMaxModelBytes && isModelExtension(name) &&
-        withinFormatLimits(name, data, size)) {
-        const std::string hint = lowerExtension(name).substr(1);
-        try {
-            scene = importer_->ReadFileFromMemory(data, size, kImportFlags, hint.c_str());
-        } catch (...) {
-            scene = nullptr;
-        }
-    }
-    finishLoading(scene, name);
+    Logfile::appendLine("loading model 1");
+    const bool accepted = data != nullptr && size > 0 && size <= kMaxModelBytes &&
+                          isModelExtension(name) && withinFormatLimits(name, data, size);
+    ModelSource source;
+    source.name = name;
+    source.data = data;
+    source.size = size;
+    importAndFinish(source, accepted);
 }
 
-// The importer (and with it the scene, the mesh and its node) is gone once this returns.
-void FBXModel::finishLoading(const aiScene* scene, const std::string& name) {
-    if (sceneIsUsable(scene)) {
-        importScene(scene);
+// In this process the answer still goes through its bytes and back, so that the reading and
+// its checks are the same as for a child's answer.
+void FBXModel::importAndFinish(const ModelSource& source, bool accepted) {
+    ModelAnswer imported;
+    std::string failure;
+    if (accepted && isolateImport) {
+        importModelIsolated(source, animated, kImportSeconds, &imported, &failure);
+    } else if (accepted) {
+        ModelAnswer here;
+        importModelHere(source, animated, &here);
+        const std::string answer = encodeModelAnswer(here);
+        if (!decodeModelAnswer(answer.data(), answer.size(), &imported)) {
+            failure = "the model reader's answer is malformed";
+        }
+    }
+    if (imported.outcome == ModelAnswer::kNoImporter) {
+        Logfile::appendLine("Unable to create FBX-SDK Manager");
+    } else if (imported.outcome != ModelAnswer::kImported) {
+        if (!failure.empty()) {
+            Logfile::appendLine(failure.c_str());
+        }
+        Logfile::appendLine("Model '", source.name.c_str(), "' could not be imported");
     } else {
-        Logfile::appendLine("Model '", name.c_str(), "' could not be imported");
+        useImport(imported);
     }
-    importer_.reset();
-    mesh_ = nullptr;
-    meshNode_ = nullptr;
 }
 
-// The mesh is the last one found on a direct child of the root. The vertex count goes to the
-// log once per load, right after the arrays are built, so that it is there even for a model
-// whose texture upload crashes the driver.
-void FBXModel::importScene(const aiScene* scene) {
-    const aiNode* root = scene->mRootNode;
-    for (unsigned i = 0; i < root->mNumChildren && root->mChildren != nullptr; ++i) {
-        const aiNode* node = chainEnd(root->mChildren[i]);
-        if (node->mNumMeshes > 0 && node->mMeshes != nullptr &&
-            node->mMeshes[0] < scene->mNumMeshes) {
-            readMesh(scene, scene->mMeshes[node->mMeshes[0]], node);
-        }
+// The vertex count goes to the log once per load, right after the arrays are built, so that it
+// is there even for a model whose texture upload crashes the driver. A scene without a mesh
+// keeps the tables it had.
+void FBXModel::useImport(ModelAnswer& imported) {
+    if (imported.hasMesh) {
+        controlPointCount = static_cast<int>(imported.controlPoints.size() / 4);
+        polygonCount = static_cast<int>(imported.polygonSizes.size());
+        controlPoints = std::move(imported.controlPoints);
+        controlNormals = std::move(imported.controlNormals);
+        controlUVs = std::move(imported.controlUVs);
+        readPolygonTables(imported.polygonSizes, imported.polygonIndices);
+        loadTexture();
     }
+    bakedFrames_ = std::move(imported.frames);
     buildFlatArrays();
     Logfile::writeValue(vertexCount);
     Logfile::appendLine("loading model 2");
@@ -331,48 +189,20 @@ void FBXModel::importScene(const aiScene* scene) {
     Logfile::appendLine("loading model 4");
 }
 
-void FBXModel::readMesh(const aiScene* /*scene*/, const aiMesh* mesh, const aiNode* node) {
-    mesh_ = mesh;
-    meshNode_ = node;
-    controlPointCount = static_cast<int>(mesh->mNumVertices);
-    polygonCount = static_cast<int>(mesh->mNumFaces);
-    readPolygonTables(mesh);
-    loadTexture();
-    const unsigned count = mesh->mNumVertices;
-    controlPoints.assign(static_cast<size_t>(count) * 4, 0.0);
-    controlNormals.assign(static_cast<size_t>(count) * 4, 0.0);
-    controlUVs.assign(static_cast<size_t>(count) * 2, 0.0f);
-    for (unsigned v = 0; v < count; ++v) {
-        const aiVector3D& p = mesh->mVertices[v];
-        std::copy_n(&p.x, 3, &controlPoints[4 * v]);
-        controlPoints[4 * v + 3] = 1.0;
-        // Normals are directions: their w stays 0.
-        if (mesh->mNormals != nullptr) {
-            std::copy_n(&mesh->mNormals[v].x, 3, &controlNormals[4 * v]);
-        }
-        if (mesh->mTextureCoords[0] != nullptr) {
-            controlUVs[2 * v] = mesh->mTextureCoords[0][v].x;
-            controlUVs[2 * v + 1] = mesh->mTextureCoords[0][v].y;
-        }
-    }
-}
-
-// Assimp keeps one UV per vertex, so a polygon's UV indices are its vertex indices.
-void FBXModel::readPolygonTables(const aiMesh* mesh) {
+// A polygon's UV indices are its vertex indices: the reader keeps one UV per vertex. The
+// sizes add up to the indices (the answer was checked).
+void FBXModel::readPolygonTables(const std::vector<int>& sizes, const std::vector<int>& indices) {
     vertexCount = 0;
     maxPolygonSize = 0;
-    polygonSizes.assign(mesh->mNumFaces, 0);
-    polygonVertexIndices.assign(mesh->mNumFaces, {});
-    polygonUVIndices.assign(mesh->mNumFaces, {});
-    for (unsigned f = 0; f < mesh->mNumFaces; ++f) {
-        const aiFace& face = mesh->mFaces[f];
-        const int size = static_cast<int>(face.mNumIndices);
-        polygonSizes[f] = size;
-        maxPolygonSize = std::max(maxPolygonSize, size);
-        polygonVertexIndices[f].assign(face.mIndices, face.mIndices + face.mNumIndices);
-        polygonUVIndices[f] = polygonVertexIndices[f];
-        vertexCount += size;
+    polygonSizes = sizes;
+    polygonVertexIndices.assign(sizes.size(), {});
+    for (size_t f = 0; f < sizes.size(); ++f) {
+        const auto from = indices.begin() + vertexCount;
+        polygonVertexIndices[f].assign(from, from + sizes[f]);
+        maxPolygonSize = std::max(maxPolygonSize, sizes[f]);
+        vertexCount += sizes[f];
     }
+    polygonUVIndices = polygonVertexIndices;
 }
 
 // Positions, normals and UVs per polygon vertex, in polygon order: what every render mode draws.

@@ -9,7 +9,6 @@
 #include "InputManager.h"
 
 #include <GL/freeglut.h>
-#include <assimp/Importer.hpp>
 
 #include <algorithm>
 
@@ -56,11 +55,18 @@ void FBXModel::prepareBuffersAndFrames() {
         InputManager::getInstance()->renderMode = kVertexArrays;
         renderMode = requestedMode = kVertexArrays;
     }
-    if (animated && importer_ != nullptr) {
-        computeFrames(importer_->GetScene());
+    // Every frame must have one position per polygon vertex, or drawing would read past it.
+    const bool framesFit = std::all_of(bakedFrames_.begin(), bakedFrames_.end(),
+                                       [&](const std::vector<float>& f) {
+                                           return f.size() == vertices.size();
+                                       });
+    if (animated && bakedFrames_.size() == static_cast<size_t>(kSkinFrames) && framesFit) {
+        frames = std::move(bakedFrames_);
+        frameCount = kSkinFrames;
         currentFrame = 0;
         frameTime = 0.0f;
     }
+    bakedFrames_.clear();
     hasStillPose = animated && frameCount > 0;
 }
 

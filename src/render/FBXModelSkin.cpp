@@ -175,20 +175,28 @@ void evaluateSkin(const aiScene* scene, const aiMesh* mesh, const aiNode* meshNo
 }
 
 // Frame i shows the first take at i / 30 of its length, measured from tick 0, where the importer
-// puts the start of every take. Frames come out in the mesh node's own space, like `vertices`,
-// because the model is drawn with its object's transform and not the file's node transforms.
-// Ticks per second do not matter here: the frames split the take's length, not seconds.
-void FBXModel::computeFrames(const aiScene* scene) {
-    frameCount = kSkinFrames;
-    frames.assign(kSkinFrames, vertices);
+// puts the start of every take. Frames come out in the mesh node's own space, like the bind-pose
+// arrays, because the model is drawn with its object's transform and not the file's node
+// transforms. Ticks per second do not matter here: the frames split the take's length, not
+// seconds. Without a take every frame is the bind pose.
+std::vector<std::vector<float>> bakeSkinFrames(const aiScene* scene, const aiMesh* mesh,
+                                               const aiNode* meshNode,
+                                               const std::vector<int>& polygonIndices) {
+    std::vector<float> bindPose;
+    bindPose.reserve(polygonIndices.size() * 3);
+    for (size_t k = 0; mesh != nullptr && k < polygonIndices.size(); ++k) {
+        const aiVector3D& p = mesh->mVertices[polygonIndices[k]];
+        bindPose.insert(bindPose.end(), {p.x, p.y, p.z});
+    }
+    std::vector<std::vector<float>> frames(FBXModel::kSkinFrames, bindPose);
     const aiAnimation* take =
         scene != nullptr && scene->mNumAnimations > 0 && scene->mAnimations != nullptr
             ? scene->mAnimations[0]
             : nullptr;
-    if (take == nullptr || mesh_ == nullptr) {
-        return; // nothing moves: every frame is the bind pose
+    if (take == nullptr || mesh == nullptr) {
+        return frames;
     }
-    aiMatrix4x4 toMesh = nodeGlobalTransform(meshNode_, nullptr, 0.0);
+    aiMatrix4x4 toMesh = nodeGlobalTransform(meshNode, nullptr, 0.0);
     const float determinant = toMesh.Determinant();
     toMesh = std::isfinite(determinant) && std::fabs(determinant) > kSingularDeterminant
                  ? toMesh.Inverse()
@@ -196,16 +204,15 @@ void FBXModel::computeFrames(const aiScene* scene) {
     const double duration =
         std::isfinite(take->mDuration) && take->mDuration > 0.0 ? take->mDuration : 0.0;
     std::vector<aiVector3D> skinned;
-    for (int i = 0; i < kSkinFrames; ++i) {
-        evaluateSkin(scene, mesh_, meshNode_, take, i * duration / (kSkinFrames - 1), &skinned);
+    for (int i = 0; i < FBXModel::kSkinFrames; ++i) {
+        evaluateSkin(scene, mesh, meshNode, take, i * duration / (FBXModel::kSkinFrames - 1),
+                     &skinned);
         std::vector<float>& frame = frames[i];
         frame.clear();
-        frame.reserve(static_cast<size_t>(vertexCount) * 3);
-        for (const std::vector<int>& polygon : polygonVertexIndices) {
-            for (int index : polygon) {
-                const aiVector3D p = toMesh * skinned[index];
-                frame.insert(frame.end(), {p.x, p.y, p.z});
-            }
+        for (int index : polygonIndices) {
+            const aiVector3D p = toMesh * skinned[index];
+            frame.insert(frame.end(), {p.x, p.y, p.z});
         }
     }
+    return frames;
 }

@@ -10,6 +10,8 @@
 #   play               "m" logs the herder's position; herding, path search and firing run on
 #   bad_files          a truncated model, a texture that cannot be read (a folder in its place)
 #                      and a model full of noise: each is logged and the game runs without it
+#   hostile_files      the flag and the rocket replaced by files that crash the model reader;
+#                      both are logged, and herding and firing play on without them
 #   valgrind           the walk-and-fire run under valgrind: no invalid read or write anywhere
 #   no_data            settings.ini alone, no models or textures: every model is logged, and the
 #                      game runs with an empty level (the HUD still shows)
@@ -44,6 +46,13 @@ bad_files)
     head -c 20000 "$data/AniSheepRun2.fbx" >AniSheepRun2.fbx
     mkdir Brannic.tga
     head -c 50000 /dev/urandom >Oeltank.fbx
+    ;;
+hostile_files)
+    cp "$data/settings.ini" .
+    ln -s "$data"/*.fbx "$data"/*.tga .
+    rm Flag.fbx Rocket.fbx
+    cp "$here/../../fuzz/corpus/model/bad-base64-texture.fbx" Flag.fbx
+    cp "$here/../../fuzz/corpus/model/deep-node-chain.fbx" Rocket.fbx
     ;;
 no_data) cp "$data/settings.ini" . ;;
 keys_out_of_order)
@@ -111,7 +120,7 @@ if [ "$2" = valgrind ]; then
     xdotool mousemove 512 384 click 1
     sleep 10
 fi
-if [ "$2" = play ]; then
+if [ "$2" = play ] || [ "$2" = hostile_files ]; then
     xdotool key m
     xdotool mousemove 512 384 click 3
     sleep 1
@@ -163,7 +172,7 @@ wait $xvfb 2>/dev/null
 [ "$(cat status.txt)" = "exit:0" ] || fail "game ended as $(cat status.txt), stderr: $(cat stderr.txt)"
 first=$(head -n 1 log.txt)
 case "$scenario" in
-settings | walk | play | bad_files | no_data | valgrind) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
+settings | walk | play | bad_files | hostile_files | no_data | valgrind) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
 no_settings) expected=NULL ;;
 keys_out_of_order) expected="640x480:24@60" ;;
 esac
@@ -210,6 +219,11 @@ if [ "$scenario" = bad_files ]; then
         grep -q "Model '$name' could not be imported" log.txt || fail "no log line for $name"
     done
     grep -q "Unable to load the Texture 'Brannic.tga'" log.txt || fail "no log line for Brannic.tga"
+fi
+if [ "$scenario" = hostile_files ]; then
+    for name in Flag.fbx Rocket.fbx; do
+        grep -q "Model '$name' could not be imported" log.txt || fail "no log line for $name"
+    done
 fi
 if [ "$scenario" = no_data ]; then
     # A texture is only read for a model that loaded, so the models' lines are all there is.
