@@ -3,13 +3,14 @@
 #include "ParticleSweep.h"
 
 #include "PhysicsActor.h"
+#include "PhysicsGroups.h"
 #include "PhysicsWorld.h"
 
 #include <btBulletDynamicsCommon.h>
 
 bool isParticleBody(const btCollisionObject* body) {
     const auto* actor = static_cast<const PhysicsActor*>(body->getUserPointer());
-    return actor != nullptr && actor->shapeGroup == PhysicsWorld::kParticleShapeGroup;
+    return actor != nullptr && actor->shapeGroup == ShapeGroup::kParticle;
 }
 
 std::vector<ParticleObstacle> particleObstacles(const btCollisionWorld& world,
@@ -21,7 +22,7 @@ std::vector<ParticleObstacle> particleObstacles(const btCollisionWorld& world,
         const auto* actor = static_cast<const PhysicsActor*>(o->getUserPointer());
         if (o->isStaticObject() &&
             (actor == nullptr ||
-             groups.groupsCollide(PhysicsWorld::kParticleShapeGroup, actor->shapeGroup))) {
+             groups.groupsCollide(ShapeGroup::kParticle, actor->shapeGroup))) {
             ParticleObstacle obstacle{o, btVector3(), btVector3()};
             o->getCollisionShape()->getAabb(o->getWorldTransform(), obstacle.min, obstacle.max);
             obstacles.push_back(obstacle);
