@@ -22,6 +22,10 @@ static void compact(AssetMesh& mesh, const std::vector<unsigned>& indices) {
             const unsigned v = indices[i + k];
             if (remap[v] == kUnused) {
                 remap[v] = out.addVertex(mesh.positions[v], mesh.normals[v], mesh.uvs[v]);
+                if (!mesh.weights.empty()) {
+                    out.weights.resize(out.positions.size());
+                    out.weights.back() = mesh.weights[v];
+                }
             }
             t[k] = remap[v];
         }
@@ -30,10 +34,17 @@ static void compact(AssetMesh& mesh, const std::vector<unsigned>& indices) {
     mesh = std::move(out);
 }
 
+float meshScale(const AssetMesh& mesh) {
+    if (mesh.positions.empty()) {
+        return 0.0f;
+    }
+    return meshopt_simplifyScale(&mesh.positions[0].x, mesh.positions.size(), sizeof(aiVector3D));
+}
+
 SimplifyResult simplify(AssetMesh& mesh, size_t targetTriangles, float maxError) {
     SimplifyResult result;
     result.trianglesBefore = mesh.triangleCount();
-    if (mesh.triangles.empty() || !mesh.weights.empty()) {
+    if (mesh.triangles.empty()) {
         result.trianglesAfter = result.trianglesBefore;
         return result;
     }

@@ -1,6 +1,6 @@
-// Simplification of the level's big meshes with an error bound: software GL draws every triangle
-// of the terrain and the canyon every frame, so flat ground should cost few of them while
-// silhouettes and slopes keep their shape.
+// Simplification with an error bound: software GL draws every triangle of the terrain and the
+// canyon every frame, and every character's skinned triangles once per character, so flat ground
+// and smooth limbs should cost few of them while silhouettes and slopes keep their shape.
 #pragma once
 
 #include "AssetMesh.h"
@@ -31,8 +31,11 @@ struct SimplifyResult {
 
 // Removes triangles until `targetTriangles` remain or the surface would move further than
 // `maxError` (in the mesh's units), keeping the open borders where they are. Kept vertices keep
-// their normals and texture coordinates; unused vertices are dropped. Unskinned meshes only.
+// their normals, texture coordinates and skin weights; unused vertices are dropped. Vertices are
+// only merged into others, never moved, so a kept vertex's weights stay right for it.
 SimplifyResult simplify(AssetMesh& mesh, size_t targetTriangles, float maxError);
+// The mesh's extent, the measure the simplifier's relative error is taken against.
+float meshScale(const AssetMesh& mesh);
 // Simplifies the mesh as the detail asks (the full detail leaves it alone) and prints one line on
 // what it did to the named model file.
 void simplifyFor(AssetMesh& mesh, Detail detail, const SimplifyBudget& budget, const char* file);
