@@ -29,8 +29,12 @@ protected:
         const std::vector<std::string> lines = log();
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
+    // The failure line, right after a line that says why (not straight after the first step).
     static bool loggedFailure(const std::string& name) {
-        return logHas("Model '" + name + "' could not be imported");
+        const std::vector<std::string> lines = log();
+        const auto at =
+            std::find(lines.begin(), lines.end(), "Model '" + name + "' could not be imported");
+        return at != lines.end() && at != lines.begin() && *(at - 1) != kLoadSteps[0];
     }
 };
 

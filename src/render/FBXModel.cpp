@@ -144,9 +144,12 @@ void FBXModel::loadModelFromMemory(const void* data, size_t size, const std::str
 void FBXModel::importAndFinish(const ModelSource& source, bool accepted) {
     ModelAnswer imported;
     std::string failure;
-    if (accepted && isolateImport) {
+    if (!accepted) {
+        Logfile::appendLine("the model file is missing, too large, of an unknown type or beyond "
+                            "the reader's limits");
+    } else if (isolateImport) {
         importModelIsolated(source, animated, kImportSeconds, &imported, &failure);
-    } else if (accepted) {
+    } else {
         ModelAnswer here;
         importModelHere(source, animated, &here);
         const std::string answer = encodeModelAnswer(here);
@@ -157,6 +160,11 @@ void FBXModel::importAndFinish(const ModelSource& source, bool accepted) {
     if (imported.outcome == ModelAnswer::kNoImporter) {
         Logfile::appendLine("Unable to create FBX-SDK Manager");
     } else if (imported.outcome != ModelAnswer::kImported) {
+        // The reader logged what it had to say about the file itself (a child process writes
+        // into the same log); this line says that the import failed there and not here.
+        if (failure.empty() && accepted) {
+            failure = "the model reader could not make a usable scene of it";
+        }
         if (!failure.empty()) {
             Logfile::appendLine(failure.c_str());
         }

@@ -5,6 +5,7 @@
 #include "ModelImport.h"
 
 #include "FBXModel.h"
+#include "Logfile.h"
 #include "SkinEvaluator.h"
 
 #include <assimp/Importer.hpp>
@@ -233,8 +234,13 @@ void importModelHere(const ModelSource& source, bool bakeFrames, ModelAnswer* ou
         } else {
             scene = importer->ReadFile(source.name, kImportFlags);
         }
-        if (sceneIsUsable(scene)) {
+        if (scene == nullptr) {
+            // The reader's own words, for whoever made the file; the import fails as usual.
+            Logfile::appendLine("the model reader says: ", importer->GetErrorString());
+        } else if (sceneIsUsable(scene)) {
             readScene(scene, bakeFrames, out);
+        } else {
+            Logfile::appendLine("the model's scene is incomplete, inconsistent or not finite");
         }
     } catch (...) {
         *out = ModelAnswer(); // Assimp catches its own errors; anything else is a failure too
