@@ -13,7 +13,6 @@
 
 namespace {
 
-const std::string kThirdParty = HERDER_THIRD_PARTY_DIR;
 
 aiNode* addChild(aiNode* parent, const char* name, const aiVector3D& position) {
     aiNode* child = new aiNode(name);
@@ -161,6 +160,7 @@ class FBXSkinBlenderTest : public ::testing::TestWithParam<BlenderFrame> {};
 // writes. UnitScaleFactor 100 says one unit is a metre in the file, as in Blender, so no scaling is
 // needed either.
 TEST_P(FBXSkinBlenderTest, SkinMatchesBlendersExportedFrame) {
+    SKIP_WITHOUT_THIRD_PARTY_FILES();
     const ImportedModel model = importModel(kThirdParty + "blender_279_sausage_7400_binary.fbx");
     ASSERT_NE(model.scene, nullptr) << model.error;
     const aiAnimation* take = nullptr;
@@ -198,6 +198,7 @@ using FBXSkinFramesTest = DataFolderTest;
 // The sausage's first take stands still. Baked frames are in the mesh node's own space like the
 // bind-pose arrays: Blender's Y-up world turned back into the file's Z-up mesh data.
 TEST_F(FBXSkinFramesTest, FramesAreInTheMeshNodesSpace) {
+    SKIP_WITHOUT_THIRD_PARTY_FILES();
     FBXModel model;
     model.animated = true;
     model.loadModel(kThirdParty + "blender_279_sausage_7400_binary.fbx");

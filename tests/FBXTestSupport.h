@@ -5,11 +5,18 @@
 #include "TestSupport.h"
 
 #include <assimp/vector3.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
+
+// Third-party model files from the shared test data beside the source tree, with a trailing
+// slash; empty where the build found none there, and the tests that read them are skipped.
+inline const std::string kThirdParty = HERDER_THIRD_PARTY_DIR;
+#define SKIP_WITHOUT_THIRD_PARTY_FILES()                                                            \
+    if (kThirdParty.empty()) GTEST_SKIP() << "no third-party model files (see HERDER_SHARED_DIR)"
 
 // The largest distance from a point of one set to the nearest point of the other, both ways.
 inline float pointSetGap(const std::vector<aiVector3D>& a, const std::vector<aiVector3D>& b) {
