@@ -15,6 +15,7 @@
 #include <vector>
 
 struct ModelAnswer;
+struct ModelRequest;
 struct ModelSource;
 
 // The preset models: each names its own file, texture, animation and scale.
@@ -51,6 +52,10 @@ public:
     // frames (baked when `animated` is set); logs each step. A failed import, a reader that
     // crashed or hung included, leaves the model empty.
     void loadModel(const std::string& fileName);
+    // Asks the model reader for these files ahead of the loads that follow, in the order they
+    // follow, so that it reads the next while this process finishes the last. Files our own
+    // checks refuse are left out; nothing is sent when imports run in this process.
+    static void prefetch(const std::vector<ModelRequest>& requests);
     // The same from bytes in memory; `name` is used for the log and to pick the format.
     void loadModelFromMemory(const void* data, size_t size, const std::string& name);
     // Whole-word search of the GL extension string.

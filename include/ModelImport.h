@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 // Where the model comes from: the file `name`, or `size` bytes at `data` (then `name` is only for
 // the log and its extension picks the format).
@@ -22,6 +23,24 @@ struct ModelSource {
 // numbers), the mesh of the last direct child of the root that has one is read, and with
 // bakeFrames the skin frames are baked from the first take. Never throws.
 void importModelHere(const ModelSource& source, bool bakeFrames, ModelAnswer* out);
+
+// Forks the reader child now, if there is none. Called first thing at program entry, while the
+// process is small: a fork copies the page tables of everything mapped (the GL driver, once the
+// window exists), and every page either side writes afterwards is copied once more. False, with
+// *failure saying why, when it could not be started; the first import then tries again.
+bool startModelReader(std::string* failure);
+
+// A model file to import, and whether to bake its skin frames.
+struct ModelRequest {
+    std::string file;
+    bool bakeFrames = false;
+};
+
+// Sends these requests to the reader child (forked first if there is none) ahead of the loads
+// that will ask for them, in this order; each load then takes its answer, while the child goes
+// on with the next. A load that asks out of this order drops what is pending and is served
+// afresh. Only files our own checks accept belong here.
+void prefetchModels(const std::vector<ModelRequest>& requests);
 
 // The same in the reader child process (forked at the first call and kept for the next ones),
 // waiting at most `seconds` (valgrind's slowdown added). True with the child's answer in *out;

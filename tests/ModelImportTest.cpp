@@ -165,6 +165,57 @@ TEST_F(ModelImportTest, ChildAnswersExactlyWhatTheReaderGivesHere) {
     }
 }
 
+// Files asked for ahead are served to their loads in order; a load out of line (bytes from
+// memory, a file asked for later, one never asked for) drops what is pending before it, a reader
+// that dies on a pending file is replaced, and every load gets exactly the reader's answer.
+TEST_F(ModelImportTest, RequestsSentAheadAnswerTheirLoadsWhateverComesOutOfLine) {
+    const std::string data = std::string(HERDER_DATA_DIR) + "/";
+    const std::string sheep = data + "AniSheepRun2.fbx", flag = data + "Flag.fbx",
+                      rocket = data + "Rocket.fbx", wolf = data + "AniWolfRun4.fbx";
+    const std::string flagBytes = readBytes(flag);
+    const struct {
+        std::vector<ModelRequest> ahead;
+        std::string file;
+        bool fromMemory, bake, imported;
+    } loads[] = {
+        {{{sheep, true}, {flag, false}, {kHostile[1], false}, {rocket, false}, {wolf, true}},
+         sheep,
+         false,
+         true,
+         true},
+        {{}, "flag.fbx", true, false, true}, // drops the flag, the reader dies on the next
+        {{}, rocket, false, false, true},
+        {{}, kHostile[1], false, false, false},
+        {{}, wolf, false, true, true},
+        {{{flag, false}, {rocket, false}}, rocket, false, false, true},
+        {{}, sheep, false, false, true}, // never asked for in this form: without frames
+    };
+    for (const auto& load : loads) {
+        if (!load.ahead.empty()) {
+            prefetchModels(load.ahead);
+        }
+        ModelSource source;
+        source.name = load.file;
+        if (load.fromMemory) {
+            source.data = flagBytes.data();
+            source.size = flagBytes.size();
+        }
+        ModelAnswer there;
+        std::string failure;
+        const bool imported =
+            importModelIsolated(source, load.bake, FBXModel::kImportSeconds, &there, &failure);
+        ASSERT_EQ(imported, load.imported) << load.file << ": " << failure;
+        if (!imported) {
+            EXPECT_EQ(failure.rfind("the model reader ", 0), 0u) << failure;
+            continue;
+        }
+        ModelAnswer here;
+        importModelHere(source, load.bake, &here);
+        EXPECT_TRUE(there.hasMesh) << load.file;
+        EXPECT_EQ(encodeModelAnswer(here), encodeModelAnswer(there)) << load.file;
+    }
+}
+
 // A quad and a triangle over five points, with a full set of frames.
 ModelAnswer smallAnswer() {
     ModelAnswer m;

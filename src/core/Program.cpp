@@ -7,6 +7,7 @@
 #include "GameRules.h"
 #include "InputManager.h"
 #include "Logfile.h"
+#include "ModelImport.h"
 #include "PhysicsDebugDrawer.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
@@ -85,6 +86,10 @@ void Program::idle() {
 }
 
 int Program::run(int argc, char** argv) {
+    // The model reader is forked first, while the game holds no display, driver or level: a
+    // fork later would copy all of their page tables, and every page written after it again.
+    std::string readerFailure;
+    startModelReader(&readerFailure); // on failure the first import tries again and logs why
     Display* check = connectToDisplay();
     if (check == nullptr) {
         return 1;

@@ -11,6 +11,7 @@
 #include "LevelFacts.h"
 #include "List.h"
 #include "Logfile.h"
+#include "ModelImport.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
@@ -72,6 +73,14 @@ void Scene::init() {
 }
 
 void Scene::loadModels() {
+    // The files in the order they are loaded below, for the reader to work ahead on.
+    std::vector<ModelRequest> files;
+    for (const level::ModelAsset* asset :
+         {&level::kTestSphere, &level::kHerder, &level::kSheep, &level::kFlag, &level::kRocket,
+          &level::kTerrain, &level::kSky, &level::kCanyon, &level::kPowerPlant, &level::kWolf}) {
+        files.push_back({asset->file, asset->animated});
+    }
+    FBXModel::prefetch(files);
     ballModel_ = new FBXModel(ModelKind::TestSphere);
     FBXModel* herder = new FBXModel(ModelKind::Herder);
     FBXModel* sheep = new FBXModel(ModelKind::Sheep);

@@ -117,12 +117,27 @@ FBXModel::FBXModel(ModelKind kind) : FBXModel() {
 
 bool FBXModel::isolateImport = true;
 
-void FBXModel::loadModel(const std::string& fileName) {
-    Logfile::appendLine("loading model 1");
+// Our own checks on a model file, before any reader sees it.
+static bool fileAccepted(const std::string& fileName) {
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(fileName, error);
-    const bool accepted = !error && bytes <= kMaxModelBytes && isModelExtension(fileName) &&
-                          fileWithinFormatLimits(fileName);
+    return !error && bytes <= kMaxModelBytes && isModelExtension(fileName) &&
+           fileWithinFormatLimits(fileName);
+}
+
+void FBXModel::prefetch(const std::vector<ModelRequest>& requests) {
+    if (!isolateImport) {
+        return;
+    }
+    std::vector<ModelRequest> accepted;
+    std::copy_if(requests.begin(), requests.end(), std::back_inserter(accepted),
+                 [](const ModelRequest& request) { return fileAccepted(request.file); });
+    prefetchModels(accepted);
+}
+
+void FBXModel::loadModel(const std::string& fileName) {
+    Logfile::appendLine("loading model 1");
+    const bool accepted = fileAccepted(fileName);
     ModelSource source;
     source.name = fileName;
     importAndFinish(source, accepted);

@@ -6,6 +6,10 @@
 // dies, hangs past the deadline or answers out of line is killed and collected, the import
 // fails, and the next import forks a fresh one. The child ends with _exit, so that nothing of the
 // parent's (stdio buffers, the X connection, atexit handlers) is flushed or closed twice.
+// The level's files can be asked for ahead of their loads: the child imports the next one on the
+// second core while the game uploads the last one's texture, and an answer waits in the socket
+// until its load takes it. Anything out of line (a load not in the list, a reader that died on
+// the way) drops what is pending, and the load asks a fresh reader as if nothing had been sent.
 #include "ModelImport.h"
 
 #include <poll.h>
@@ -23,6 +27,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 
 // Valgrind runs the reader some tens of times slower; the limit stretches with it.
@@ -41,6 +46,8 @@ struct Reader {
     int socket = -1;
 };
 Reader reader;
+// Requests sent ahead of their loads, in the order their answers will come.
+std::deque<ModelRequest> pending;
 
 bool sendAll(int fd, const void* data, size_t size) {
     const char* at = static_cast<const char*>(data);
@@ -185,25 +192,86 @@ std::string stopReader(bool killFirst) {
     while (waitpid(reader.pid, &status, 0) < 0 && errno == EINTR) {
     }
     reader = Reader();
+    pending.clear();
     return endOf(status);
 }
 
-bool sendRequest(const ModelSource& source, bool bakeFrames) {
+// The name the child is sent: a file's absolute name (its working directory may differ).
+std::string requestName(const ModelSource& source) {
     std::error_code error;
-    const std::string name = source.data != nullptr
-                                 ? source.name
-                                 : std::filesystem::absolute(source.name, error).string();
+    return source.data != nullptr ? source.name
+                                  : std::filesystem::absolute(source.name, error).string();
+}
+
+bool sendRequest(const ModelSource& source, bool bakeFrames) {
+    const std::string name = requestName(source);
     return sendMessage(reader.socket, bakeFrames ? "1" : "0", 1) &&
            sendMessage(reader.socket, name.data(), name.size()) &&
            sendMessage(reader.socket, source.data, source.data != nullptr ? source.size : 0);
 }
 
+Clock::time_point deadlineIn(double seconds) {
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                              std::chrono::duration<double>(timeLimit(seconds)));
+}
+
+// The answer to a request sent ahead for this load, if there is one; answers to requests before
+// it are dropped. False when none was pending, or on any trouble, which stops the reader: the
+// load then asks a fresh one and meets the trouble again, with its reason, if it was its own.
+bool takePending(const ModelSource& source, bool bakeFrames, double seconds, ModelAnswer* out) {
+    const std::string name = source.data == nullptr ? requestName(source) : std::string();
+    while (!pending.empty()) {
+        const bool mine = !name.empty() && pending.front().file == name &&
+                          pending.front().bakeFrames == bakeFrames;
+        const Clock::time_point deadline = deadlineIn(seconds);
+        std::string answer;
+        if (!receiveMessage(reader.socket, &answer, &deadline)) {
+            stopReader(true);
+            return false;
+        }
+        pending.pop_front();
+        if (mine) {
+            if (decodeModelAnswer(answer.data(), answer.size(), out)) {
+                return true;
+            }
+            stopReader(true);
+            return false;
+        }
+    }
+    return false;
+}
+
 } // namespace
+
+bool startModelReader(std::string* failure) {
+    failure->clear();
+    return reader.pid != 0 || startReader(failure);
+}
+
+void prefetchModels(const std::vector<ModelRequest>& requests) {
+    std::string failure;
+    if (!startModelReader(&failure)) {
+        return; // each load will try again and say why
+    }
+    for (const ModelRequest& request : requests) {
+        ModelSource source;
+        source.name = request.file;
+        if (!sendRequest(source, request.bakeFrames)) {
+            stopReader(true);
+            return;
+        }
+        pending.push_back({requestName(source), request.bakeFrames});
+    }
+}
 
 bool importModelIsolated(const ModelSource& source, bool bakeFrames, double seconds,
                          ModelAnswer* out, std::string* failure) {
     *out = ModelAnswer();
     failure->clear();
+    if (takePending(source, bakeFrames, seconds, out)) {
+        return true;
+    }
+    *out = ModelAnswer();
     // A reader that ended since the last import (killed from outside, say) gets one restart.
     for (int attempt = 0;; ++attempt) {
         if (reader.pid == 0 && !startReader(failure)) {
@@ -218,9 +286,7 @@ bool importModelIsolated(const ModelSource& source, bool bakeFrames, double seco
             return false;
         }
     }
-    const Clock::time_point deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                           std::chrono::duration<double>(timeLimit(seconds)));
+    const Clock::time_point deadline = deadlineIn(seconds);
     std::string answer;
     if (!receiveMessage(reader.socket, &answer, &deadline)) {
         const int reason = errno;
