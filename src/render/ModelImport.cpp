@@ -234,13 +234,15 @@ void importModelHere(const ModelSource& source, bool bakeFrames, ModelAnswer* ou
         } else {
             scene = importer->ReadFile(source.name, kImportFlags);
         }
+        // The reader's own words, for whoever made the file; the import fails as usual. The
+        // file is named: a reader working ahead logs before the game gets to the file.
+        const std::string about = "the model reader on '" + source.name + "': ";
         if (scene == nullptr) {
-            // The reader's own words, for whoever made the file; the import fails as usual.
-            Logfile::appendLine("the model reader says: ", importer->GetErrorString());
+            Logfile::appendLine(about.c_str(), importer->GetErrorString());
         } else if (sceneIsUsable(scene)) {
             readScene(scene, bakeFrames, out);
         } else {
-            Logfile::appendLine("the model's scene is incomplete, inconsistent or not finite");
+            Logfile::appendLine(about.c_str(), "incomplete, inconsistent or not finite scene");
         }
     } catch (...) {
         *out = ModelAnswer(); // Assimp catches its own errors; anything else is a failure too
