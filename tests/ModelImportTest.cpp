@@ -13,19 +13,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <limits>
 
 namespace {
 
 const std::string kHostile[] = {std::string(HERDER_FUZZ_CORPUS) + "/model/bad-base64-texture.fbx",
                                 std::string(HERDER_FUZZ_CORPUS) + "/model/deep-node-chain.fbx"};
-
-std::string readBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 bool withinLimits(const std::string& text) {
     return fbxWithinImportLimits(text.data(), text.size());
@@ -53,11 +46,11 @@ std::string chainFile(int depth, bool closed) {
 
 TEST(FBXImportLimitsTest, RefusesMalformedContentAndDeepOrClosedChains) {
     for (const std::string& path : kHostile) {
-        const std::string bytes = readBytes(path);
+        const std::string bytes = fileBytes(path);
         ASSERT_FALSE(bytes.empty()) << path;
         EXPECT_FALSE(withinLimits(bytes)) << path;
     }
-    const std::string texture = readBytes(kHostile[0]);
+    const std::string texture = fileBytes(kHostile[0]);
     const std::string::size_type at = texture.find("\"AAAA!AAA\"");
     ASSERT_NE(at, std::string::npos);
     const struct {
@@ -172,7 +165,7 @@ TEST_F(ModelImportTest, RequestsSentAheadAnswerTheirLoadsWhateverComesOutOfLine)
     const std::string data = std::string(HERDER_DATA_DIR) + "/";
     const std::string sheep = data + "AniSheepRun2.fbx", flag = data + "Flag.fbx",
                       rocket = data + "Rocket.fbx", wolf = data + "AniWolfRun4.fbx";
-    const std::string flagBytes = readBytes(flag);
+    const std::string flagBytes = fileBytes(flag);
     const struct {
         std::vector<ModelRequest> ahead;
         std::string file;
