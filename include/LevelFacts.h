@@ -29,6 +29,8 @@ inline constexpr ModelAsset kSky{"Sky.fbx", "Skyred.tga", 0.2f, false};
 inline constexpr ModelAsset kCanyon{"Level01Version6.fbx", "orange.tga", 0.015f, false};
 inline constexpr ModelAsset kPowerPlant{"Oeltank.fbx", "Oeltank.tga", 0.02f, false};
 inline constexpr ModelAsset kWolf{"AniWolfRun4.fbx", "Wolf2.tga", 0.016f, true};
+// The sheep fold the shepherd rules play to; the classic rules load no model for the goal.
+inline constexpr ModelAsset kFold{"Fold.fbx", "Fold.tga", 0.01f, false};
 // A terrain the level does not load (the old preset model).
 inline constexpr ModelAsset kTerrainPreset{"TerrainOptimiert5.fbx", "Canyon1.tga", 0.01f, false};
 // While rockets fly, the level draws the rocket model at this scale instead of its own.
@@ -84,6 +86,12 @@ constexpr Vector3D sheepStart(int i) {
 }
 // Sheep closer than this to the goal marker count towards the win.
 inline constexpr float kGoalRadius = 15.0f;
+// The shepherd rules' goal: the fold on level ground before the power plant yard's gate, facing
+// the meadow, more than 200 units of walking from the herder's start. The point is where a
+// sheep's capsule centre stands at the fold's middle; the fold model is drawn at it (kFold.scale,
+// no turn), its floor kSheepCentreAboveGround below.
+inline constexpr float kSheepCentreAboveGround = kSheepCapsule.height / 2.0f + kSheepCapsule.radius;
+inline constexpr Vector3D kFoldCentre{-110.0f, 15.0f + kSheepCentreAboveGround, -200.0f};
 
 // The play area the terrain covers (world x and z): a square from the terrain's placed corner.
 inline constexpr float kWorldSize = 400.0f;
