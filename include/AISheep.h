@@ -24,7 +24,11 @@ public:
     bool heldByWolf = false;
     // The wolf holding it (not owned).
     AIWolf* holder = nullptr;
+    // How long it has been at the den in a wolf's hold.
+    float secondsAtDen = 0.0f;
 
 private:
+    void waitAtDen(float dt);
+
     Scene* scene_;
 };

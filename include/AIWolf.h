@@ -25,8 +25,13 @@ public:
     bool alive() const override { return living; }
     // A rocket struck it: fewer hit points, a log line and two seconds on the HUD.
     void hit(float damage);
-    // Logs and shows the death, releases the controller and leaves the scene list (not deleted).
+    // Logs and shows the death (and each sheep it frees), counts the kill, then leaves the level.
     void die();
+    // Releases the controller and leaves the scene list (not deleted); followers give up.
+    void leaveLevel();
+    // Eats the sheep it has carried home (logged), which leaves the game; the wolf leaves the
+    // level in its next update.
+    void devour(AISheep* sheep);
     // Its controller touched `sheep`: the sheep follows it and it heads for the den.
     void seize(AISheep* sheep, bool pathSearch);
 
@@ -38,6 +43,8 @@ public:
     // The chosen sheep when hunting by path (not owned).
     AISheep* prey = nullptr;
     float hitPoints = kFullHitPoints;
+    // It has eaten and leaves.
+    bool sated = false;
 
 private:
     // Writes the text to the log and shows it on the HUD for two seconds.

@@ -8,6 +8,7 @@
 class Object3D;
 class PhysicsWorld;
 class Renderer;
+class RuleSet;
 class Scene;
 class SettingsFile;
 
@@ -19,7 +20,8 @@ public:
 
     // Stores the settings reader (not owned) for readSettings.
     void setSettings(SettingsFile* settings) { settings_ = settings; }
-    // Reads the mouse factors and game speed, in file order; missing keys give 0.
+    // Reads the mouse factors, game speed and rule set, in file order; missing keys give 0 (the
+    // classic rules).
     void readSettings();
     // Whether the GL extension string names `name` as a whole word.
     bool isExtensionSupported(const char* name) const;
@@ -29,6 +31,9 @@ public:
     void gameCycle();
     // The input step of the cycle.
     void processInput();
+    // Where a rocket fired by the herder now starts, and the direction it is pushed along (the
+    // facing, raised as the camera looks up).
+    void launch(const Object3D* herder, Vector3D* start, Vector3D* direction) const;
     // Shows the end-of-game message; the game keeps running until ESC.
     void showResult(bool won);
 
@@ -41,12 +46,15 @@ public:
     Scene* scene = nullptr;
     bool hasVertexBufferObjects = false;
     int frameCount = 0;
-    // The herder's walking displacement of the last input step, before the controller factor.
+    // The herder's walk of the last input step, before the controller's share.
     Vector3D lastMove;
+    // The rules in force (never null): classic until the settings choose.
+    const RuleSet* rules;
 
 private:
     void turnAndLook(Object3D* herder, float dt);
-    void walk(Object3D* herder);
+    void walk(Object3D* herder, float dt);
+    void playAgainIfAsked();
     void placeMarker(Object3D* herder);
 
     SettingsFile* settings_ = nullptr;

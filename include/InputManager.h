@@ -15,12 +15,21 @@ public:
     void keyDown(unsigned char key, int x, int y);
     // Character key released: clears movement keys; ESC or "p" ends the process with status 0.
     void keyUp(unsigned char key, int x, int y);
-    // Mouse button pressed or released: fire, herd, middle.
+    // Mouse button pressed or released: fire, herd, middle. A release leaves a fire or herd
+    // request standing until the input step serves it, so a click between two cycles acts once.
     void mouseButton(int button, int state, int x, int y);
     // Pointer moved with no button: records the delta and wraps the pointer at the borders.
     void passiveMotion(int x, int y);
     // Pointer moved with a button held: same as passiveMotion.
     void motion(int x, int y);
+
+    // The held keys that also remember a press since the input step last looked, so that a key
+    // pressed and released between two cycles still acts for one.
+    enum Tap { kForward, kBack, kStrafeLeft, kStrafeRight, kTurnLeft, kTurnRight, kTapCount };
+    // Whether the key was pressed since the last clearTaps.
+    bool tapped(Tap key) const { return taps_[key]; }
+    // Called by the input step once it has read the keys.
+    void clearTaps();
 
     bool upHeld = false;
     bool downHeld = false;
@@ -52,4 +61,9 @@ public:
     int lastY = -1;
     int mouseDx = 0;
     int mouseDy = 0;
+    // "r" or "R" pressed: play again once the game is decided (where the rules offer it).
+    bool playAgainRequested = false;
+
+private:
+    bool taps_[kTapCount] = {};
 };

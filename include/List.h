@@ -15,8 +15,11 @@ public:
     int count() const;
     // The node i steps after the head, or null when the walk returns to the head first.
     Node* getAt(int i) const;
-    // Draws every visible node in ring order, each inside its own modelview push/pop.
+    // Draws every visible 3D node in ring order, each inside its own modelview push/pop; the
+    // overlays wait for drawOverlays, so that nothing of the scene can cover them.
     void drawAll();
+    // Draws every visible overlay node (window-pixel 2D) in ring order, the same way.
+    void drawOverlays();
     // Updates every node in ring order; a node may unlink itself during its own update.
     void updateAll(float dt);
     // Whether the head still has a previous link.
@@ -25,5 +28,6 @@ public:
     Node* head() const { return head_; }
 
 private:
+    void drawPass(bool overlays);
     Node* head_;
 };

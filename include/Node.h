@@ -16,6 +16,8 @@ public:
     virtual void draw() {}
     // Advances the node by dt seconds; called by List::updateAll.
     virtual void update(float dt) { (void)dt; }
+    // Whether the node draws in window pixels over the scene (drawn after every 3D node).
+    virtual bool isOverlay() const { return false; }
     // Takes the node out of its ring (the neighbours close ranks); it is a ring of one after.
     void unlink();
 

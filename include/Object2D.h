@@ -12,6 +12,7 @@ public:
     // Sets the raster position to (x, y).
     void draw() override;
     void update(float dt) override { (void)dt; }
+    bool isOverlay() const override { return true; }
 
     // Lighting and depth testing off, orthographic projection of the window, identity modelview.
     // Pairs with end2D; pairs may nest.

@@ -53,6 +53,8 @@ public:
     // Results are ready after every step; kept for callers that poll.
     void fetchNow() {}
 
+    // The mass of a dynamic capsule of these dimensions (density 20).
+    static float capsuleMass(float height, float radius);
     // A dynamic capsule standing on the owner's origin (density 20), in shape group 0.
     PhysicsActor* createCapsuleActor(Object3D* owner, float height, float radius);
     // A capsule character controller, reporting to the world's hit report; not yet placed.
@@ -79,6 +81,12 @@ public:
     // Height of the highest level surface (static geometry only) on the vertical line through
     // (x, z) between the heights `top` and `bottom`; false when none lies between them.
     bool levelHeightBelow(float x, float z, float top, float bottom, float* height) const;
+
+    // Follows a thrown body from `start` at `velocity` through fixed steps under gravity, as the
+    // simulation moves it, for at most `seconds`; where it first meets the level or a character
+    // (true), or where it is when the time is up (false).
+    bool traceFlight(const Vector3D& start, const Vector3D& velocity, float seconds,
+                     Vector3D* end) const;
 
     btDiscreteDynamicsWorld* dynamicsWorld() const { return world_.get(); }
     PhysicsDebugDrawer* getDebugRenderer() const { return debugRenderer_.get(); }

@@ -9,6 +9,10 @@ public:
     // Builds the program's objects in their fixed order and enters the GLUT main loop.
     // Returns only when start-up fails (no X display): the status to exit with.
     static int run(int argc, char** argv);
+    // Replaces the running game with a fresh start of the same program (same arguments, same
+    // folder). Every descriptor closes with it: the old window goes, the model reader sees its
+    // end. Returns only when the start fails (logged).
+    static void restart();
 
 private:
     // Our own connection to the X server, or null (with a line on stderr) when there is none.

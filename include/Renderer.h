@@ -5,6 +5,8 @@
 // and the Engine set them.
 #pragma once
 
+#include "Crosshair.h"
+
 #include "Vector3D.h"
 
 #include <GL/gl.h>
@@ -30,6 +32,8 @@ public:
     void render();
     // Resets the material colour and draws every object of the scene list.
     void drawScene();
+    // The 2D pass after all 3D: the scene list's overlays, then the crosshair.
+    void drawOverlays();
     // Debug primitives through display lists built once: base, torus, four rotating spheres.
     void drawTestObjects(float angle);
 
@@ -61,8 +65,11 @@ public:
     const PhysicsWorld* ground = nullptr;
     // Number of flare elements drawn in the last frame.
     int flareElementsDrawn = 0;
+    // Where a shot would land, as last placed (window pixels).
+    Crosshair crosshair;
 
 private:
+    bool placeCrosshair();
     void initGL();
     void captureMatrices();
     void setupLight();

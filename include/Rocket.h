@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Object3D.h"
+#include "SmokeTrail.h"
 
 class List;
 
@@ -17,6 +18,10 @@ public:
     // Follows the body and ages; past its lifetime it leaves the scene list and the level's
     // rocket list.
     void update(float dt) override;
+    // The model, then the smoke trail (when it leaves one) in world coordinates.
+    void draw() override;
+    // The speed a push-off of `force` gives a rocket's body: an impulse over one physics step.
+    static Vector3D launchVelocity(const Vector3D& force);
     // A touch that needs no reaction from the rocket itself; deliberately does nothing.
     virtual void hit(Object3D* other);
     // Bursts where the body is: a yellow particle system, the body released, the rocket gone
@@ -27,4 +32,7 @@ public:
     float lifetime = 5.0f;
     float age = 0.0f;
     List* sceneList;
+    // Whether it leaves a smoke trail in flight (set by whoever fires it).
+    bool leavesTrail = false;
+    SmokeTrail trail;
 };

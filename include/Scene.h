@@ -3,6 +3,7 @@
 #pragma once
 
 #include "LevelFacts.h"
+#include "RuleSet.h"
 #include "Vector3D.h"
 
 #include <vector>
@@ -48,14 +49,30 @@ public:
     const std::vector<AISheep*>& getSheep() const { return sheep_; }
     // Entries of the sheep list standing closer than `radius` to `point`.
     int sheepWithin(const Vector3D& point, float radius) const;
+    // Living sheep standing closer than `radius` to `point`.
+    int livingSheepWithin(const Vector3D& point, float radius) const;
     // A sheep has died: one fewer is left.
     void sheepDied() { sheepCount_ -= 1; }
+    // A rocket has killed a wolf.
+    void wolfKilled() { wolvesKilled_ += 1; }
+    int getWolvesKilled() const { return wolvesKilled_; }
+    // The goal marker's test, once a cycle: asks the rules how the game stands around `goal`,
+    // shows the result while it is decided, logs each outcome the first time it comes, and holds
+    // it for good where the rules latch it.
+    void judgeGoal(const Vector3D& goal);
+    // The game as last judged.
+    Outcome getOutcome() const { return outcome_; }
+    // The goal marker ("FIN").
+    Object3D* getGoal() const { return goal_; }
     const std::vector<FBXModel*>& getModels() const { return models_; }
     FBXModel* getBallModel() const { return ballModel_; }
     Object3D* getFlag() const { return flag_; }
     int getLastRenderMode() const { return lastRenderMode_; }
     // Fires a rocket from `position`, pushed along `direction`; it is named, listed and kept.
     void fireRocket(Vector3D position, Vector3D direction);
+    // Where a rocket fired now would land (or be when it expires); false without a herder or
+    // physics.
+    bool aimPoint(Vector3D* at) const;
     // The rockets fired and not yet expired (exploded ones stay).
     std::vector<Object3D*>& getRockets() { return rockets_; }
     // Rockets fired so far in this run.
@@ -79,7 +96,12 @@ private:
     // A static piece of the level: its cooked mesh turned and moved into place.
     Object3D* scenery(const char* name, FBXModel* model, int group,
                       const level::Placement& placement);
+    void placeGoal(const Object3D* plant);
     void placeHerder();
+    // The flock counters of the HUD, where the rules show them.
+    void countFlock();
+    // The log line and the HUD summary of a decided game.
+    void reportOutcome(Outcome outcome);
     void placeSheep();
     // Tells every model the input's render mode (buffer objects need the driver's support).
     void setRenderModes();
@@ -117,4 +139,11 @@ private:
     int rocketCount_ = 0;
     std::vector<Object3D*> rockets_;
     std::vector<AIWolf*> wolves_;
+    Object3D* goal_ = nullptr;
+    FBXModel* foldModel_ = nullptr;
+    int wolvesKilled_ = 0;
+    Outcome outcome_ = Outcome::Open;
+    // Each outcome is logged once, the first time it is judged.
+    bool loggedWon_ = false;
+    bool loggedLost_ = false;
 };

@@ -8,6 +8,7 @@
 #include "LevelMeshes.h"
 #include "Object3D.h"
 #include "PhysicsWorld.h"
+#include "RuleSet.h"
 #include "Scene.h"
 #include "TestSupport.h"
 #include "Timer.h"
@@ -22,6 +23,7 @@ protected:
         engine_ = Engine::getInstance();
         engine_->physics = new PhysicsWorld();
         GameRules::install(*engine_->physics);
+        engine_->rules = &rules();
         scene_ = new Scene();
         engine_->scene = scene_;
     }
@@ -29,6 +31,8 @@ protected:
         ManualClock::remove();
         TempDirTest::TearDown();
     }
+    // The rules the level is built and played by.
+    virtual const RuleSet& rules() const { return RuleSet::classic(); }
     // One world update after `seconds` of the manual clock.
     void cycle(double seconds) {
         ManualClock::advance(seconds);
@@ -49,7 +53,8 @@ protected:
         const float turn = std::remainder(want - herder->getRotationY(), 360.0f);
         InputManager* input = InputManager::getInstance();
         const float dt = scene_->getTimer()->getFrameTime();
-        input->mouseDx = dt > 0.0f ? static_cast<int>(std::lround(-turn / dt)) : 0;
+        const float perPixel = engine_->rules->mouseTurn(1, engine_->mouseSensPitch, dt);
+        input->mouseDx = perPixel != 0.0f ? static_cast<int>(std::lround(turn / perPixel)) : 0;
         input->mouseDy = 0;
         input->mouseMoved = input->mouseDx != 0;
     }

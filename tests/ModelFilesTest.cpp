@@ -104,13 +104,15 @@ TEST(GeneratedContentTest, SomeTexturesAreRunLengthEncoded) {
     EXPECT_GE(encoded, 2);
 }
 
-TEST(GeneratedContentTest, DefaultSettingsHoldTheFourKeysInReadingOrder) {
+// The shipped settings choose the shepherd rules, after every older key.
+TEST(GeneratedContentTest, DefaultSettingsHoldTheFiveKeysInReadingOrder) {
     SettingsFile settings(dataFile("settings.ini"));
     const std::string mode = settings.getString("G_GAMEMODESTRING");
     EXPECT_EQ(mode.rfind("1024x768", 0), 0u) << mode;
     EXPECT_GT(settings.getInt("I_MOUSE_SENSPITCH"), 0);
     EXPECT_GT(settings.getInt("I_MOUSE_SENSYAW"), 0);
     EXPECT_EQ(settings.getInt("GAME_SPEED"), 1);
+    EXPECT_EQ(settings.getInt("I_RULES"), 1);
 }
 
 // Every writer, run again into a scratch folder, writes what the build wrote into its data folder;

@@ -5,10 +5,12 @@
 #include "CharacterController.h"
 #include "Engine.h"
 #include "LensFlare.h"
+#include "List.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
 #include "PhysicsFixture.h"
 #include "Scene.h"
+#include "SolidCube.h"
 #include "TestSupport.h"
 #include "Timer.h"
 #include "ViewFrustum.h"
@@ -186,6 +188,20 @@ TEST_F(RendererTest, LensFlareOnlyWhileTheLightIsInView) {
     renderer_->render();
     EXPECT_EQ(renderer_->flareElementsDrawn, 0);
     EXPECT_FALSE(glIsEnabled(GL_BLEND)) << "blending is switched off after the flare";
+}
+
+// The sun behind something the level drew shows no flare: the depth at its pixel decides.
+TEST_F(RendererTest, LensFlareHidesBehindWhatCoversTheSun) {
+    Object3D herder;
+    faceLight(*scene_, herder, true);
+    SolidCube wall(30.0f);
+    wall.setPosition(Vector3D(35.0f, 17.0f, 35.0f));
+    scene_->getSceneList()->attach(&wall);
+    renderer_->render();
+    EXPECT_EQ(renderer_->flareElementsDrawn, 0);
+    wall.unlink();
+    renderer_->render();
+    EXPECT_EQ(renderer_->flareElementsDrawn, 16) << "in the open the flare is back";
 }
 
 TEST(LensFlareTest, ElementsLieOnTheLineFromTheLightTowardsTheEye) {

@@ -8,7 +8,9 @@
 #include "List.h"
 #include "Logfile.h"
 #include "Object3D.h"
+#include "Program.h"
 #include "Renderer.h"
+#include "RuleSet.h"
 #include "Scene.h"
 #include "SettingsFile.h"
 #include "Timer.h"
@@ -26,10 +28,6 @@ static const char* const kLostText = "you lost. hah. press ESC to exit.";
 static constexpr float kResultSeconds = 1000.0f;
 static constexpr int kNearClip = 1;
 static constexpr int kFarClip = 10000;
-// Input step: degrees per second of turning, walk factor, controller factor.
-static constexpr float kTurnRate = 20.0f;
-static constexpr float kWalkFactor = 3.0f;
-static constexpr float kControllerFactor = 0.8f;
 // Firing: launch speed along the facing, the upward part and how much looking up adds to it,
 // and where the rocket starts relative to the herder.
 static constexpr float kLaunchForward = 40.0f;
@@ -56,6 +54,7 @@ Engine::Engine() {
     Renderer::nearClip = kNearClip;
     Renderer::farClip = kFarClip;
     hasVertexBufferObjects = isExtensionSupported(kVboExtension);
+    rules = &RuleSet::classic();
 }
 
 void Engine::readSettings() {
@@ -65,6 +64,8 @@ void Engine::readSettings() {
     mouseSensPitch = saneSetting("I_MOUSE_SENSPITCH", settings_->getInt("I_MOUSE_SENSPITCH"));
     mouseSensYaw = saneSetting("I_MOUSE_SENSYAW", settings_->getInt("I_MOUSE_SENSYAW"));
     gameSpeed = saneSetting("GAME_SPEED", settings_->getInt("GAME_SPEED"));
+    rules = &RuleSet::forSetting(settings_->getInt("I_RULES"));
+    Logfile::appendLine((std::string("playing the ") + rules->name() + " rules").c_str());
 }
 
 bool Engine::extensionListHas(const char* list, const char* name) {
@@ -101,69 +102,65 @@ void Engine::gameCycle() {
     frameCount += 1;
 }
 
-// Turning by keys and mouse. The mouse factors are paired crosswise on purpose (the one named
-// for yaw scales the vertical motion), and the integer arithmetic truncates as it always has:
-// the settings files in use are tuned to it. Products are taken in 64 bits, where no pair of
-// ints can overflow, whatever the factors were set to.
+// Turning by keys and mouse, by the rules in force. The mouse factors are paired crosswise on
+// purpose (the one named for yaw scales the vertical motion): the settings files in use are tuned
+// to it.
 void Engine::turnAndLook(Object3D* herder, float dt) {
     const InputManager* input = InputManager::getInstance();
-    if (input->turnLeftHeld) {
-        herder->turn(kTurnRate * dt);
+    if (input->turnLeftHeld || input->tapped(InputManager::kTurnLeft)) {
+        herder->turn(rules->keyTurn(1.0f, dt));
     }
-    if (input->turnRightHeld) {
-        herder->turn(-kTurnRate * dt);
+    if (input->turnRightHeld || input->tapped(InputManager::kTurnRight)) {
+        herder->turn(rules->keyTurn(-1.0f, dt));
     }
     if (input->mouseMoved) {
         Camera* camera = renderer != nullptr ? renderer->getCamera() : nullptr;
         if (camera != nullptr) {
-            const int64_t look = int64_t{input->mouseDy} * mouseSensYaw / 10;
-            camera->height += dt * static_cast<float>(look);
+            camera->height += rules->mouseLook(input->mouseDy, mouseSensYaw, dt);
         }
-        herder->turn(dt * static_cast<float>(-int64_t{mouseSensPitch} * input->mouseDx));
+        herder->turn(rules->mouseTurn(input->mouseDx, mouseSensPitch, dt));
     }
 }
 
-// Walking: the keys' directions are summed without normalising (W and A together are faster),
-// and the result is a displacement per cycle, not per second.
-void Engine::walk(Object3D* herder) {
-    const InputManager* input = InputManager::getInstance();
-    Vector3D move(0, 0, 0);
+// Walking: the keys' directions are summed (W and S cancel); a key pressed and released since
+// the last step counts as held for this one. How far the sum takes the herder is the rules'.
+void Engine::walk(Object3D* herder, float dt) {
+    InputManager* input = InputManager::getInstance();
+    Vector3D keys(0, 0, 0);
     const Vector3D forward = herder->getDirection();
     bool moved = false;
-    if (input->forwardHeld) {
-        move = forward;
+    if (input->forwardHeld || input->tapped(InputManager::kForward)) {
+        keys = forward;
         moved = true;
     }
-    if (input->backHeld) {
-        move = move + forward * -1.0f;
+    if (input->backHeld || input->tapped(InputManager::kBack)) {
+        keys = keys + forward * -1.0f;
         moved = true;
     }
     const Vector3D side = Vector3D::cross(forward, herder->up) * -1.0f;
-    if (input->strafeLeftHeld) {
-        move = move + side;
+    if (input->strafeLeftHeld || input->tapped(InputManager::kStrafeLeft)) {
+        keys = keys + side;
         moved = true;
     }
-    if (input->strafeRightHeld) {
-        move = move + side * -1.0f;
+    if (input->strafeRightHeld || input->tapped(InputManager::kStrafeRight)) {
+        keys = keys + side * -1.0f;
         moved = true;
     }
+    input->clearTaps();
     herder->staticPose = !moved;
-    move *= kWalkFactor;
-    lastMove = move;
-    herder->moveControllerBy(move * kControllerFactor);
+    lastMove = rules->walkDisplacement(keys, dt, gameSpeed);
+    herder->moveControllerBy(lastMove * RuleSet::kControllerShare);
 }
 
 // A rocket leaves from above the herder's head, a little behind it so that it clears the
 // herder's own capsule, and climbs more as the camera sinks (and so looks further up).
-static void fireFrom(Scene* scene, const Object3D* herder, const Renderer* renderer) {
+void Engine::launch(const Object3D* herder, Vector3D* start, Vector3D* direction) const {
     const Camera* camera = renderer != nullptr ? renderer->getCamera() : nullptr;
     const float pitch = camera != nullptr ? camera->height : 0.0f;
     const Vector3D facing = herder->getDirection();
-    const Vector3D direction =
+    *direction =
         facing * kLaunchForward + Vector3D(0.0f, kLaunchUp - kLaunchPitchFactor * pitch, 0.0f);
-    const Vector3D start =
-        herder->getPosition() + facing * -kLaunchBehind + Vector3D(0.0f, kLaunchAbove, 0.0f);
-    scene->fireRocket(start, direction);
+    *start = herder->getPosition() + facing * -kLaunchBehind + Vector3D(0.0f, kLaunchAbove, 0.0f);
 }
 
 // Drops a marker ball at the herder and logs where it is.
@@ -182,7 +179,7 @@ void Engine::processInput() {
     if (herder != nullptr) {
         const float dt = scene->getTimer() != nullptr ? scene->getTimer()->getFrameTime() : 0.0f;
         turnAndLook(herder, dt);
-        walk(herder);
+        walk(herder, dt);
     }
     if (input->herdRequested) {
         input->herdRequested = false;
@@ -193,7 +190,9 @@ void Engine::processInput() {
     if (input->fireRequested) {
         input->fireRequested = false;
         if (herder != nullptr) {
-            fireFrom(scene, herder, renderer);
+            Vector3D start, direction;
+            launch(herder, &start, &direction);
+            scene->fireRocket(start, direction);
         }
     }
     if (input->wireframe) {
@@ -212,6 +211,20 @@ void Engine::processInput() {
         if (herder != nullptr) {
             placeMarker(herder);
         }
+    }
+    playAgainIfAsked();
+}
+
+// "R" after a decided game starts a fresh one, where the rules offer it; elsewhere it is ignored.
+void Engine::playAgainIfAsked() {
+    InputManager* input = InputManager::getInstance();
+    if (!input->playAgainRequested) {
+        return;
+    }
+    input->playAgainRequested = false;
+    if (rules->aimingAids() && scene != nullptr && scene->getOutcome() != Outcome::Open) {
+        Logfile::appendLine("playing again");
+        Program::restart();
     }
 }
 

@@ -111,27 +111,37 @@ void InputManager::keyDown(unsigned char key, int, int) {
     switch (key) {
     case 'w':
         forwardHeld = true;
+        taps_[kForward] = true;
         break;
     case 's':
         backHeld = true;
+        taps_[kBack] = true;
         break;
     case 'a':
         strafeLeftHeld = true;
+        taps_[kStrafeLeft] = true;
         break;
     case 'd':
         strafeRightHeld = true;
+        taps_[kStrafeRight] = true;
         break;
     case 'q':
         turnLeftHeld = true;
+        taps_[kTurnLeft] = true;
         break;
     case 'e':
         turnRightHeld = true;
+        taps_[kTurnRight] = true;
         break;
     case 'm':
         placeMarker = true;
         break;
     case 'n':
         pathSearch = !pathSearch;
+        break;
+    case 'r':
+    case 'R':
+        playAgainRequested = true;
         break;
     default:
         break;
@@ -170,16 +180,22 @@ void InputManager::mouseButton(int button, int state, int, int) {
     const bool pressed = (state == GLUT_DOWN);
     switch (button) {
     case GLUT_LEFT_BUTTON:
-        fireRequested = pressed;
+        fireRequested = fireRequested || pressed;
         break;
     case GLUT_RIGHT_BUTTON:
-        herdRequested = pressed;
+        herdRequested = herdRequested || pressed;
         break;
     case GLUT_MIDDLE_BUTTON:
         middleButtonDown = pressed;
         break;
     default:
         break;
+    }
+}
+
+void InputManager::clearTaps() {
+    for (bool& tap : taps_) {
+        tap = false;
     }
 }
 

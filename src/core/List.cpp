@@ -51,10 +51,18 @@ Node* List::getAt(int i) const {
 }
 
 void List::drawAll() {
+    drawPass(false);
+}
+
+void List::drawOverlays() {
+    drawPass(true);
+}
+
+void List::drawPass(bool overlays) {
     Node* p = head_;
     do {
         glPushMatrix();
-        if (p->visible) {
+        if (p->visible && p->isOverlay() == overlays) {
             p->draw();
         }
         glPopMatrix();

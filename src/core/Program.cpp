@@ -19,13 +19,49 @@
 #include <GL/freeglut.h>
 #include <X11/Xlib.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 static const char* const kWindowTitle = "Herder";
 
 static Engine* engine = nullptr;
+// The arguments the program was started with, for a restart.
+static char** startArguments = nullptr;
+// The running program's own file.
+static const char* const kSelf = "/proc/self/exe";
+
+// Every open descriptor above the standard three gets close-on-exec.
+static void closeOnExec() {
+    DIR* fds = opendir("/proc/self/fd");
+    if (fds == nullptr) {
+        return;
+    }
+    const int own = dirfd(fds);
+    while (const dirent* entry = readdir(fds)) {
+        const int fd = std::atoi(entry->d_name);
+        if (fd > 2 && fd != own) {
+            fcntl(fd, F_SETFD, fcntl(fd, F_GETFD) | FD_CLOEXEC);
+        }
+    }
+    closedir(fds);
+}
+
+void Program::restart() {
+    if (startArguments == nullptr) {
+        Logfile::appendLine("cannot play again: the program's arguments are unknown");
+        return;
+    }
+    closeOnExec();
+    execv(kSelf, startArguments);
+    Logfile::appendLine((std::string("cannot play again: ") + std::strerror(errno)).c_str());
+}
 
 Display* Program::connectToDisplay() {
     Display* display = XOpenDisplay(nullptr);
@@ -86,6 +122,7 @@ void Program::idle() {
 }
 
 int Program::run(int argc, char** argv) {
+    startArguments = argv;
     // The model reader is forked first, while the game holds no display, driver or level: a
     // fork later would copy all of their page tables, and every page written after it again.
     std::string readerFailure;
@@ -107,6 +144,9 @@ int Program::run(int argc, char** argv) {
     Logfile::getInstance()->traceGlError("main 1");
 
     engine = Engine::getInstance();
+    // The rule set shapes the level, so the settings are read before it is built.
+    engine->setSettings(settings);
+    engine->readSettings();
     engine->physics = new PhysicsWorld();
     GameRules::install(*engine->physics);
     Scene* scene = new Scene();
@@ -116,8 +156,6 @@ int Program::run(int argc, char** argv) {
     engine->renderer->frustum = new ViewFrustum();
     engine->renderer->ground = engine->physics;
     scene->prepare();
-    engine->setSettings(settings);
-    engine->readSettings();
 
     glutReshapeFunc(&Program::reshape);
     glutDisplayFunc(&Program::display);

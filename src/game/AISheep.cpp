@@ -9,6 +9,7 @@
 #include "ParticleSystem.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
+#include "RuleSet.h"
 #include "Scene.h"
 
 // The death burst: built like an explosion, then cut short to a second.
@@ -18,6 +19,9 @@ static constexpr float kBurstParticleLifetime = 7.0f;
 static constexpr float kBurstSpare = 1.0f;
 static constexpr float kBurstEmissionTime = 0.2f;
 static constexpr float kBurstShortDuration = 1.0f;
+// A carried sheep this close to the den counts as there: its wolf stops within its arrival
+// radius of the den, and the sheep within its own of the wolf, capsules apart.
+static constexpr float kDenReach = 8.0f;
 
 AISheep::AISheep(Scene* scene) : scene_(scene) {
     type = kSheep;
@@ -30,6 +34,25 @@ void AISheep::update(float dt) {
     if (heldByWolf && (holder == nullptr || !holder->alive())) {
         heldByWolf = false;
         holder = nullptr;
+    }
+    waitAtDen(dt);
+}
+
+// A sheep carried to the den lives there as long as the rules allow, then its wolf eats it; its
+// clock starts again whenever it is not at the den in a living wolf's hold.
+void AISheep::waitAtDen(float dt) {
+    const float limit = Engine::getInstance()->rules->devourSeconds();
+    auto* wolf = dynamic_cast<AIWolf*>(targetObject);
+    const Vector3D off = position + AIWolf::den * -1.0f;
+    const bool atDen = living && state == kFollowObject && wolf != nullptr && wolf->alive() &&
+                       Vector3D::dot(off, off) < kDenReach * kDenReach;
+    if (limit < 0.0f || !atDen) {
+        secondsAtDen = 0.0f;
+        return;
+    }
+    secondsAtDen += dt;
+    if (secondsAtDen >= limit) {
+        wolf->devour(this);
     }
 }
 

@@ -11,6 +11,7 @@
 #include "Scene.h"
 
 #include <cstdlib>
+#include <string>
 
 // Once a path hunt has fewer points left than this, the wolf runs straight at its prey.
 static constexpr int kDirectChasePoints = 4;
@@ -19,11 +20,10 @@ static constexpr float kMessageSeconds = 2.0f;
 
 const Vector3D AIWolf::den = level::kDen;
 
-// A level without sheep never spawns wolves; should one be made there anyway, it stands idle.
+// The rules choose the prey. A level without sheep never spawns wolves; should one be made there
+// anyway (or find nothing the rules let it hunt), it stands idle.
 AIWolf::AIWolf(Scene* owner) : scene(owner) {
-    const std::vector<AISheep*>& flock = scene->getSheep();
-    AISheep* chosen =
-        flock.empty() ? nullptr : flock[static_cast<size_t>(std::rand()) % flock.size()];
+    AISheep* chosen = Engine::getInstance()->rules->choosePrey(scene->getSheep());
     if (chosen == nullptr) {
         Logfile::appendLine("wolf without sheep to hunt");
     } else if (Engine::getInstance()->pathSearch) {
@@ -42,8 +42,19 @@ AIWolf::AIWolf(Scene* owner) : scene(owner) {
 
 AIWolf::~AIWolf() = default;
 
+// " at second N" of the level's game clock, for the log.
+static std::string atSecond(const Scene* scene) {
+    const int second = scene != nullptr ? static_cast<int>(scene->getGameSeconds()) : 0;
+    return " at second " + std::to_string(second);
+}
+
 void AIWolf::update(float dt) {
     if (!living) {
+        return;
+    }
+    if (sated) {
+        Logfile::appendLine(("wolf " + name + " left the level" + atSecond(scene)).c_str());
+        leaveLevel();
         return;
     }
     if (Engine::getInstance()->pathSearch) {
@@ -75,6 +86,19 @@ void AIWolf::hit(float damage) {
 
 void AIWolf::die() {
     announce("wolf " + name + " died.\n");
+    if (scene != nullptr) {
+        scene->wolfKilled();
+        for (const AISheep* sheep : scene->getSheep()) {
+            if (sheep->alive() && sheep->state == kFollowObject && sheep->targetObject == this) {
+                Logfile::appendLine(
+                    ("sheep " + sheep->name + " freed from " + name + atSecond(scene)).c_str());
+            }
+        }
+    }
+    leaveLevel();
+}
+
+void AIWolf::leaveLevel() {
     PhysicsWorld* physics = Engine::getInstance()->physics;
     if (controller != nullptr && physics != nullptr) {
         physics->releaseController(controller);
@@ -84,8 +108,18 @@ void AIWolf::die() {
     living = false;
 }
 
+// Called from the sheep's own update, where only the sheep may leave the scene list; the wolf
+// leaves in its own.
+void AIWolf::devour(AISheep* sheep) {
+    Logfile::appendLine(("sheep " + sheep->name + " devoured by " + name + atSecond(scene)).c_str());
+    sheep->visible = false;
+    sheep->remove();
+    sated = true;
+}
+
 // With path search the sheep remembers who holds it, so the herd command leaves it be.
 void AIWolf::seize(AISheep* sheep, bool pathSearch) {
+    Logfile::appendLine(("sheep " + sheep->name + " seized by " + name + atSecond(scene)).c_str());
     if (pathSearch) {
         sheep->heldByWolf = true;
         sheep->holder = this;

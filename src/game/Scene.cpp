@@ -21,6 +21,7 @@
 
 #include <GL/gl.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <string>
@@ -37,8 +38,12 @@ static constexpr float kSpawnAbove = 10.0f;
 // target.
 static constexpr int kJitterSpread = 3;
 static constexpr float kJitterBack = 1.5f;
-// Rockets: the push-off force per unit of the launch direction.
+// Rockets: the push-off force per unit of the launch direction; the scale a rocket is drawn at
+// where the rules help aiming (three times the classic one: 1.2 units long, not a speck).
 static constexpr float kRocketPush = 30.0f;
+static constexpr float kRocketSeenScale = 3.0f * level::kRocketFlightScale;
+// How long the aim follows a shot: as long as a rocket lives.
+static constexpr float kAimSeconds = 5.0f;
 
 Scene::Scene() {
     init();
@@ -79,6 +84,9 @@ void Scene::loadModels() {
          {&level::kTestSphere, &level::kHerder, &level::kSheep, &level::kFlag, &level::kRocket,
           &level::kTerrain, &level::kSky, &level::kCanyon, &level::kPowerPlant, &level::kWolf}) {
         files.push_back({asset->file, asset->animated});
+    }
+    if (Engine::getInstance()->rules->showsFold()) {
+        files.push_back({level::kFold.file, level::kFold.animated});
     }
     FBXModel::prefetch(files);
     ballModel_ = new FBXModel(ModelKind::TestSphere);
@@ -133,14 +141,23 @@ void Scene::placeScenery() {
     Object3D* plant =
         scenery("powerplant", models_[8], ActorGroup::kGround, level::kPowerPlantPlacement);
     append(plant);
-    // The marker takes the plant object's own position, which only its actor has left: it
-    // stands at the origin, and the win zone is the sphere around it.
-    Object3D* goal = new Object3D();
-    goal->name = "FIN";
-    goal->type = Object3D::kGoalMarker;
-    goal->setPosition(plant->getPosition());
-    goal->visible = true;
-    append(goal);
+    placeGoal(plant);
+}
+
+// The goal marker stands where the rules put it: classic, at the plant object's own position,
+// which only its actor has left (the origin); shepherd, at the fold, whose model it shows.
+void Scene::placeGoal(const Object3D* plant) {
+    const RuleSet& rules = *Engine::getInstance()->rules;
+    goal_ = new Object3D();
+    goal_->name = "FIN";
+    goal_->type = Object3D::kGoalMarker;
+    goal_->setPosition(rules.goalPosition(plant->getPosition()));
+    goal_->visible = true;
+    if (rules.showsFold()) {
+        foldModel_ = loadPiece(level::kFold);
+        goal_->setModel(foldModel_);
+    }
+    append(goal_);
 }
 
 void Scene::placeHerder() {
@@ -162,15 +179,29 @@ void Scene::fireRocket(Vector3D position, Vector3D direction) {
     rocket->setModel(rocketModel_);
     rocket->setPosition(position);
     rocket->name = "rocket" + std::to_string(rocketCount_);
+    const bool aids = Engine::getInstance()->rules->aimingAids();
     if (rocketModel_ != nullptr) {
-        rocketModel_->scale = level::kRocketFlightScale;
+        rocketModel_->scale = aids ? kRocketSeenScale : level::kRocketFlightScale;
     }
+    rocket->leavesTrail = aids;
     if (player_ != nullptr) {
         rocket->setDirection(player_->getDirection());
     }
     rocket->launch(direction * kRocketPush);
     append(rocket);
     rockets_.push_back(rocket);
+}
+
+bool Scene::aimPoint(Vector3D* at) const {
+    const Engine* engine = Engine::getInstance();
+    if (player_ == nullptr || engine->physics == nullptr) {
+        return false;
+    }
+    Vector3D start, direction;
+    engine->launch(player_, &start, &direction);
+    engine->physics->traceFlight(start, Rocket::launchVelocity(direction * kRocketPush),
+                                 kAimSeconds, at);
+    return true;
 }
 
 // Six sheep in a row south of the goal, dropped from above the meadow.
@@ -191,6 +222,15 @@ void Scene::placeSheep() {
         sheep_.push_back(sheep);
         sheepCount_ += 1;
     }
+}
+
+int Scene::livingSheepWithin(const Vector3D& point, float radius) const {
+    int count = 0;
+    for (const AISheep* sheep : sheep_) {
+        const Vector3D d = sheep->getPosition() + point * -1.0f;
+        count += (sheep->alive() && Vector3D::dot(d, d) < radius * radius) ? 1 : 0;
+    }
+    return count;
 }
 
 int Scene::sheepWithin(const Vector3D& point, float radius) const {
@@ -270,6 +310,59 @@ void Scene::herdTo(const Vector3D& target) {
     flag_->visible = true;
 }
 
+void Scene::judgeGoal(const Vector3D& goal) {
+    const RuleSet& rules = *Engine::getInstance()->rules;
+    if (outcome_ == Outcome::Open || !rules.latchesOutcome()) {
+        outcome_ = rules.judge(*this, goal);
+        reportOutcome(outcome_);
+    }
+    if (outcome_ != Outcome::Open) {
+        Engine::getInstance()->showResult(outcome_ == Outcome::Won);
+    }
+    countFlock();
+}
+
+// "m:ss" of whole seconds.
+static std::string clockText(int seconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%d:%02d", seconds / 60, seconds % 60);
+    return text;
+}
+
+void Scene::reportOutcome(Outcome outcome) {
+    bool& logged = outcome == Outcome::Won ? loggedWon_ : loggedLost_;
+    if (outcome == Outcome::Open || logged) {
+        return;
+    }
+    logged = true;
+    const RuleSet& rules = *Engine::getInstance()->rules;
+    const int second = static_cast<int>(gameSeconds_);
+    const int saved = goal_ != nullptr ? livingSheepWithin(goal_->getPosition(), level::kGoalRadius)
+                                       : 0;
+    const std::string line = std::string("game ") + (outcome == Outcome::Won ? "won" : "lost") +
+                             " at second " + std::to_string(second) + " (" + rules.name() +
+                             " rules): " + std::to_string(saved) + " sheep saved, " +
+                             std::to_string(wolvesKilled_) + " wolves killed";
+    Logfile::appendLine(line.c_str());
+    if (rules.aimingAids()) {
+        hud_->showSummary("time " + clockText(second) + "   sheep saved " +
+                          std::to_string(saved) + "   wolves killed " +
+                          std::to_string(wolvesKilled_) + "   press R to play again");
+    }
+}
+
+void Scene::countFlock() {
+    if (!Engine::getInstance()->rules->aimingAids() || goal_ == nullptr) {
+        return;
+    }
+    int living = 0;
+    for (const AISheep* sheep : sheep_) {
+        living += sheep->alive() ? 1 : 0;
+    }
+    const int home = livingSheepWithin(goal_->getPosition(), level::kGoalRadius);
+    hud_->setFlock(living, home);
+}
+
 void Scene::moveControllers(float dt) {
     Node* node = sceneList_->head();
     do {
@@ -291,6 +384,9 @@ void Scene::setRenderModes() {
     }
     for (FBXModel* model : models_) {
         model->setRenderMode(input->renderMode);
+    }
+    if (foldModel_ != nullptr) {
+        foldModel_->setRenderMode(input->renderMode);
     }
     lastRenderMode_ = input->renderMode;
 }

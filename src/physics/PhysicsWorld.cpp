@@ -248,12 +248,16 @@ void PhysicsWorld::addBody(PhysicsActor* actor) {
     actor->setWorld(world_.get());
 }
 
+float PhysicsWorld::capsuleMass(float height, float radius) {
+    const float volume =
+        kPi * radius * radius * height + 4.0f / 3.0f * kPi * radius * radius * radius;
+    return kDensity * volume;
+}
+
 PhysicsActor* PhysicsWorld::createCapsuleActor(Object3D* owner, float height, float radius) {
     auto* shape = new btCapsuleShape(radius, height);
     shape->setMargin(std::min(kMargin, radius * 0.5f));
-    const float volume =
-        kPi * radius * radius * height + 4.0f / 3.0f * kPi * radius * radius * radius;
-    const float mass = kDensity * volume;
+    const float mass = capsuleMass(height, radius);
     btVector3 inertia(0, 0, 0);
     shape->calculateLocalInertia(mass, inertia);
     auto* body = new btRigidBody(

@@ -17,7 +17,44 @@ struct StaticRay : btCollisionWorld::ClosestRayResultCallback {
     }
 };
 
+// The closest hit of a ray on what a rocket would strike: the level and the characters'
+// capsules, not other rockets or particles.
+struct SolidRay : btCollisionWorld::ClosestRayResultCallback {
+    SolidRay(const btVector3& from, const btVector3& to) : ClosestRayResultCallback(from, to) {}
+    bool needsCollision(btBroadphaseProxy* proxy) const override {
+        const auto* object = static_cast<const btCollisionObject*>(proxy->m_clientObject);
+        return object != nullptr && object->isStaticOrKinematicObject() &&
+               ClosestRayResultCallback::needsCollision(proxy);
+    }
+};
+
+btVector3 toBullet(const Vector3D& v) {
+    return btVector3(v.x, v.y, v.z);
+}
+
 } // namespace
+
+// The simulation's fixed step integrates semi-implicitly: the velocity takes the step's gravity
+// first, then carries the body the whole step.
+bool PhysicsWorld::traceFlight(const Vector3D& start, const Vector3D& velocity, float seconds,
+                               Vector3D* end) const {
+    btVector3 at = toBullet(start), v = toBullet(velocity);
+    const btVector3 g = toBullet(gravity()) * kStepInterval;
+    for (float t = 0.0f; t < seconds; t += kStepInterval) {
+        v += g;
+        const btVector3 next = at + v * kStepInterval;
+        SolidRay ray(at, next);
+        world_->rayTest(at, next, ray);
+        if (ray.hasHit()) {
+            const btVector3& p = ray.m_hitPointWorld;
+            *end = Vector3D(p.x(), p.y(), p.z());
+            return true;
+        }
+        at = next;
+    }
+    *end = Vector3D(at.x(), at.y(), at.z());
+    return false;
+}
 
 bool PhysicsWorld::levelHeightBelow(float x, float z, float top, float bottom,
                                     float* height) const {

@@ -5,13 +5,16 @@
 
 #include "Camera.h"
 #include "CharacterController.h"
+#include "Crosshair.h"
 #include "DebugLayer.h"
+#include "Engine.h"
 #include "HUD.h"
 #include "LensFlare.h"
 #include "List.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
+#include "RuleSet.h"
 #include "Scene.h"
 #include "ViewFrustum.h"
 
@@ -209,7 +212,42 @@ void Renderer::render() {
     drawScene();
     flareElementsDrawn =
         frustum != nullptr ? LensFlare::drawFlare(lightPosition_, *camera_, *frustum) : 0;
+    drawOverlays();
     glutPostRedisplay();
+}
+
+// Everything in window pixels comes last, so that nothing of the scene covers it: the HUD (and
+// any other overlay of the scene list), then the crosshair where the rules show one.
+void Renderer::drawOverlays() {
+    const bool aim = Engine::getInstance()->rules->aimingAids() && placeCrosshair();
+    if (scene_ != nullptr && scene_->getSceneList() != nullptr) {
+        scene_->getSceneList()->drawOverlays();
+    }
+    if (aim) {
+        crosshair.draw();
+    }
+}
+
+// The aim point projected with the scene's matrices; false when it lies behind the eye.
+bool Renderer::placeCrosshair() {
+    Vector3D at;
+    if (scene_ == nullptr || !scene_->aimPoint(&at)) {
+        return false;
+    }
+    GLint viewport[4];
+    GLdouble modelview[16], projection[16];
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    glGetDoublev(GL_MODELVIEW_MATRIX, modelview);
+    glGetDoublev(GL_PROJECTION_MATRIX, projection);
+    GLdouble winX = 0, winY = 0, winZ = 0;
+    if (gluProject(at.x, at.y, at.z, modelview, projection, viewport, &winX, &winY, &winZ) !=
+            GL_TRUE ||
+        winZ < 0.0 || winZ > 1.0) {
+        return false;
+    }
+    crosshair.x = static_cast<int>(winX);
+    crosshair.y = static_cast<int>(winY);
+    return true;
 }
 
 void Renderer::drawScene() {

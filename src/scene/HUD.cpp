@@ -19,7 +19,9 @@ static std::string decimal(int n) {
 HUD::HUD()
     : fpsText_(new TextBitmap(20, 20, GLUT_BITMAP_HELVETICA_18, "FPS: ")),
       messageText_(new TextBitmap(200, 200, GLUT_BITMAP_HELVETICA_18, "LEVEL 1")),
-      timeText_(new TextBitmap(150, 20, GLUT_BITMAP_HELVETICA_18, "TIME: ")) {
+      timeText_(new TextBitmap(150, 20, GLUT_BITMAP_HELVETICA_18, "TIME: ")),
+      flockText_(new TextBitmap(280, 20, GLUT_BITMAP_HELVETICA_18, "")),
+      summaryText_(new TextBitmap(200, 172, GLUT_BITMAP_HELVETICA_18, "")) {
     messageText_->setDuration(kLevelBannerSeconds);
 }
 
@@ -27,6 +29,8 @@ HUD::~HUD() {
     delete fpsText_;
     delete messageText_;
     delete timeText_;
+    delete flockText_;
+    delete summaryText_;
 }
 
 void HUD::draw() {
@@ -38,6 +42,8 @@ void HUD::draw() {
     fpsText_->draw();
     messageText_->draw();
     timeText_->draw();
+    flockText_->draw();
+    summaryText_->draw();
     end2D();
 }
 
@@ -52,6 +58,19 @@ void HUD::setFPS(int n) {
 void HUD::setTime(float t) {
     time_ = t;
     timeText_->setText(timePrefix_ + decimal(static_cast<int>(t)));
+}
+
+void HUD::setFlock(int living, int inFold) {
+    if (living == living_ && inFold == inFold_) {
+        return;
+    }
+    living_ = living;
+    inFold_ = inFold;
+    flockText_->setText("SHEEP: " + decimal(living) + "   IN FOLD: " + decimal(inFold));
+}
+
+void HUD::showSummary(const std::string& text) {
+    summaryText_->setText(text);
 }
 
 void HUD::showMessage(const std::string& text, float seconds) {

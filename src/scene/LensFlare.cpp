@@ -73,7 +73,9 @@ Vector3D LensFlare::elementPosition(const Vector3D& light, const Vector3D& eye, 
 }
 
 int LensFlare::drawFlare(const Vector3D& light, const Camera& camera, const ViewFrustum& frustum) {
-    if (frustum.pointInFrustum(light) == ViewFrustum::kOutside) {
+    // Hidden where the level covers the sun: called after the level is drawn, so the depth at
+    // the sun's pixel tells.
+    if (frustum.pointInFrustum(light) == ViewFrustum::kOutside || !camera.isVisible(light)) {
         return 0;
     }
     const Vector3D eye(camera.position.x, camera.position.y + camera.height + Camera::kLift,

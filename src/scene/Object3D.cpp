@@ -120,19 +120,11 @@ void Object3D::turn(float degrees) {
     rotationY += degrees;
 }
 
-// The goal marker ends the game: lost when no sheep is left, won while three or more sheep of the
-// level's list stand within reach. Both are tested every cycle; nothing latches the outcome.
+// The goal marker ends the game; the level judges it by the rules in force.
 void Object3D::checkGoal() {
-    Engine* engine = Engine::getInstance();
-    const Scene* scene = engine->scene;
-    if (scene == nullptr) {
-        return;
-    }
-    if (scene->getSheepCount() < 1) {
-        engine->showResult(false);
-    }
-    if (scene->sheepWithin(position, level::kGoalRadius) > 2) {
-        engine->showResult(true);
+    Scene* scene = Engine::getInstance()->scene;
+    if (scene != nullptr) {
+        scene->judgeGoal(position);
     }
 }
 

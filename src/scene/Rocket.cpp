@@ -9,6 +9,8 @@
 #include "PhysicsWorld.h"
 #include "Scene.h"
 
+#include <GL/gl.h>
+
 #include <algorithm>
 
 // The body: a short, thick capsule, swept against the world so that it cannot tunnel.
@@ -46,8 +48,25 @@ void Rocket::launch(const Vector3D& force) {
 
 // An expired rocket leaves the scene but keeps its body: it flies on unseen, and should it still
 // touch something, it bursts there after all.
+Vector3D Rocket::launchVelocity(const Vector3D& force) {
+    return force * (PhysicsWorld::kStepInterval / PhysicsWorld::capsuleMass(kBodyHeight, kBodyRadius));
+}
+
+void Rocket::draw() {
+    if (!visible) {
+        return;
+    }
+    glPushMatrix();
+    Object3D::draw();
+    glPopMatrix();
+    trail.draw();
+}
+
 void Rocket::update(float dt) {
     Object3D::update(dt);
+    if (leavesTrail) {
+        trail.update(dt, position, actor != nullptr);
+    }
     age += dt;
     if (age <= lifetime) {
         return;
