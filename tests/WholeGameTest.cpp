@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+#include <GL/glu.h>
+
 namespace {
 
 using WholeGameTest = WholeGameFixture;
@@ -56,6 +58,60 @@ TEST_F(WholeGameTest, ShootingEverySheepLoses) {
         EXPECT_FALSE(sheep->alive());
         EXPECT_EQ(sheep->controller, nullptr);
     }
+}
+
+// The world point `distance` units from the eye on the line through window pixel (x, y).
+Vector3D underPixel(double x, double y, double distance) {
+    GLint viewport[4];
+    GLdouble modelview[16], projection[16], nx, ny, nz, fx, fy, fz;
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    glGetDoublev(GL_MODELVIEW_MATRIX, modelview);
+    glGetDoublev(GL_PROJECTION_MATRIX, projection);
+    gluUnProject(x, y, 0.0, modelview, projection, viewport, &nx, &ny, &nz);
+    gluUnProject(x, y, 1.0, modelview, projection, viewport, &fx, &fy, &fz);
+    const double length = std::sqrt((fx - nx) * (fx - nx) + (fy - ny) * (fy - ny) + (fz - nz) * (fz - nz));
+    const double s = distance / length;
+    return Vector3D(static_cast<float>(nx + (fx - nx) * s), static_cast<float>(ny + (fy - ny) * s),
+                    static_cast<float>(nz + (fz - nz) * s));
+}
+
+// A sheep and the flag stand between the camera and the end message: every pixel of the text is
+// still drawn, since all 2D comes after all 3D.
+TEST_F(WholeGameTest, EndMessageStaysWholeWithASheepAndTheFlagInFront) {
+    constexpr int kW = 1024, kH = 768;
+    engine_->showResult(true);
+    renderer_->reshape();
+    renderer_->render();
+    // The flag's cloth over the message's line, a sheep over its start.
+    Object3D* flag = scene_->getFlag();
+    flag->setPosition(underPixel(330, 206, 3.0) + Vector3D(0.0f, -2.1f, 0.0f));
+    flag->visible = true;
+    AISheep* sheep = scene_->getSheep().front();
+    sheep->controller->setPosition(underPixel(230, 190, 3.0));
+
+    // The text alone on black: where its pixels are.
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    HUD::getInstance()->draw();
+    const auto text = readPixels(kW, kH);
+    renderer_->render();
+    const auto frame = readPixels(kW, kH);
+    std::vector<GLfloat> depth(static_cast<size_t>(kW) * kH);
+    glReadPixels(0, 0, kW, kH, GL_DEPTH_COMPONENT, GL_FLOAT, depth.data());
+
+    int textPixels = 0, covered = 0, lost = 0;
+    for (size_t i = 0; i < depth.size(); ++i) {
+        const size_t p = 3 * i;
+        const bool inMessage = (i / kW) > 150 && (i / kW) < 260;
+        if (!inMessage || text[p] < 200) {
+            continue;
+        }
+        ++textPixels;
+        covered += depth[i] < 0.9f ? 1 : 0; // something within about ten units of the eye
+        lost += (frame[p] < 200 || frame[p + 1] < 200 || frame[p + 2] < 200) ? 1 : 0;
+    }
+    ASSERT_GT(textPixels, 500) << "the message was drawn";
+    EXPECT_GT(covered, textPixels / 4) << "the sheep and the flag stand in front of the text";
+    EXPECT_EQ(lost, 0) << "of " << textPixels << " text pixels";
 }
 
 TEST_F(WholeGameTest, TwoRocketsKillAWolf) {
