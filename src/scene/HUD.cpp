@@ -8,6 +8,8 @@
 #include <cstdio>
 
 static constexpr float kLevelBannerSeconds = 3.0f;
+// How far (pixels) the dark copy under each text is shifted down and right.
+static constexpr int kShadowOffset = 1;
 
 // "%d" text of n; the buffer holds any 32-bit value with its sign.
 static std::string decimal(int n) {
@@ -33,17 +35,23 @@ HUD::~HUD() {
     delete summaryText_;
 }
 
+// Each text is drawn twice: a dark copy one pixel down and right, then the text in white, so
+// that it reads on white wool and bright sky as well as on grass.
 void HUD::draw() {
     begin2D();
-    // Bitmap text takes the current colour at its raster position: keep it white whatever the
-    // scene drew last.
-    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     Object2D::draw();
-    fpsText_->draw();
-    messageText_->draw();
-    timeText_->draw();
-    flockText_->draw();
-    summaryText_->draw();
+    TextBitmap* const texts[] = {fpsText_, messageText_, timeText_, flockText_, summaryText_};
+    for (const float shade : {0.0f, 1.0f}) {
+        const int offset = shade == 0.0f ? kShadowOffset : 0;
+        glColor4f(shade, shade, shade, 1.0f);
+        for (TextBitmap* text : texts) {
+            text->x += offset;
+            text->y -= offset;
+            text->draw();
+            text->x -= offset;
+            text->y += offset;
+        }
+    }
     end2D();
 }
 
