@@ -21,7 +21,6 @@
 #include <memory>
 #include <string>
 
-
 inline constexpr const char* kWon = "you won the game. hooray. press ESC to exit.";
 inline constexpr const char* kLost = "you lost. hah. press ESC to exit.";
 inline constexpr int kCyclesPerSecond = 30;
@@ -109,4 +108,3 @@ protected:
 
     std::unique_ptr<Renderer> renderer_;
 };
-

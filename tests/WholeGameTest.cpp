@@ -50,9 +50,10 @@ TEST_F(WholeGameTest, ShootingEverySheepLoses) {
     playFor(2.0);
     EXPECT_EQ(message(), kLost);
     const auto lines = readLines("log.txt");
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const std::string& l) { return l.rfind("game lost at second", 0) == 0; }),
-              1)
+    EXPECT_EQ(
+        std::count_if(lines.begin(), lines.end(),
+                      [](const std::string& l) { return l.rfind("game lost at second", 0) == 0; }),
+        1)
         << "shown every cycle, logged once";
     for (const AISheep* sheep : scene_->getSheep()) {
         EXPECT_FALSE(sheep->alive());
@@ -69,7 +70,8 @@ Vector3D underPixel(double x, double y, double distance) {
     glGetDoublev(GL_PROJECTION_MATRIX, projection);
     gluUnProject(x, y, 0.0, modelview, projection, viewport, &nx, &ny, &nz);
     gluUnProject(x, y, 1.0, modelview, projection, viewport, &fx, &fy, &fz);
-    const double length = std::sqrt((fx - nx) * (fx - nx) + (fy - ny) * (fy - ny) + (fz - nz) * (fz - nz));
+    const double length =
+        std::sqrt((fx - nx) * (fx - nx) + (fy - ny) * (fy - ny) + (fz - nz) * (fz - nz));
     const double s = distance / length;
     return Vector3D(static_cast<float>(nx + (fx - nx) * s), static_cast<float>(ny + (fy - ny) * s),
                     static_cast<float>(nz + (fz - nz) * s));
@@ -164,7 +166,6 @@ TEST_P(WolvesAloneTest, FiveMinutesOfWolvesCarrySheepToTheDen) {
 
 INSTANTIATE_TEST_SUITE_P(PathSearch, WolvesAloneTest, ::testing::Bool(),
                          [](const auto& info) { return info.param ? "On" : "Off"; });
-
 
 // Resident memory of this process in MiB.
 double residentMiB() {

@@ -23,8 +23,8 @@ static constexpr float kMessageSeconds = 1000.0f;
 // a - b for pointer coordinates, held within int: the window system hands over any int.
 static int difference(int a, int b) {
     const int64_t d = int64_t{a} - b;
-    return static_cast<int>(std::clamp<int64_t>(d, std::numeric_limits<int>::min(),
-                                                std::numeric_limits<int>::max()));
+    return static_cast<int>(
+        std::clamp<int64_t>(d, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 void InputManager::specialDown(int key, int, int) {

@@ -111,7 +111,8 @@ void AIWolf::leaveLevel() {
 // Called from the sheep's own update, where only the sheep may leave the scene list; the wolf
 // leaves in its own.
 void AIWolf::devour(AISheep* sheep) {
-    Logfile::appendLine(("sheep " + sheep->name + " devoured by " + name + atSecond(scene)).c_str());
+    Logfile::appendLine(
+        ("sheep " + sheep->name + " devoured by " + name + atSecond(scene)).c_str());
     sheep->visible = false;
     sheep->remove();
     sated = true;

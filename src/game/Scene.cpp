@@ -337,17 +337,17 @@ void Scene::reportOutcome(Outcome outcome) {
     logged = true;
     const RuleSet& rules = *Engine::getInstance()->rules;
     const int second = static_cast<int>(gameSeconds_);
-    const int saved = goal_ != nullptr ? livingSheepWithin(goal_->getPosition(), level::kGoalRadius)
-                                       : 0;
+    const int saved =
+        goal_ != nullptr ? livingSheepWithin(goal_->getPosition(), level::kGoalRadius) : 0;
     const std::string line = std::string("game ") + (outcome == Outcome::Won ? "won" : "lost") +
                              " at second " + std::to_string(second) + " (" + rules.name() +
                              " rules): " + std::to_string(saved) + " sheep saved, " +
                              std::to_string(wolvesKilled_) + " wolves killed";
     Logfile::appendLine(line.c_str());
     if (rules.aimingAids()) {
-        hud_->showSummary("time " + clockText(second) + "   sheep saved " +
-                          std::to_string(saved) + "   wolves killed " +
-                          std::to_string(wolvesKilled_) + "   press R to play again");
+        hud_->showSummary("time " + clockText(second) + "   sheep saved " + std::to_string(saved) +
+                          "   wolves killed " + std::to_string(wolvesKilled_) +
+                          "   press R to play again");
     }
 }
 

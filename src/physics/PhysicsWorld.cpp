@@ -5,8 +5,8 @@
 #include "CharacterController.h"
 #include "ContactReport.h"
 #include "CookedMesh.h"
-#include "PhysicsActor.h"
 #include "ParticleSweep.h"
+#include "PhysicsActor.h"
 #include "PhysicsDebugDrawer.h"
 
 #include <btBulletDynamicsCommon.h>

@@ -49,7 +49,8 @@ void Rocket::launch(const Vector3D& force) {
 // An expired rocket leaves the scene but keeps its body: it flies on unseen, and should it still
 // touch something, it bursts there after all.
 Vector3D Rocket::launchVelocity(const Vector3D& force) {
-    return force * (PhysicsWorld::kStepInterval / PhysicsWorld::capsuleMass(kBodyHeight, kBodyRadius));
+    return force *
+           (PhysicsWorld::kStepInterval / PhysicsWorld::capsuleMass(kBodyHeight, kBodyRadius));
 }
 
 void Rocket::draw() {
