@@ -6,6 +6,7 @@
 #include "List.h"
 #include "Logfile.h"
 #include "Renderer.h"
+#include "RuleSet.h"
 #include "Scene.h"
 #include "SettingsFile.h"
 #include "TestSupport.h"
@@ -95,6 +96,40 @@ TEST_F(EngineTest, ReadSettingsReplacesDefaultsEvenWithZero) {
     EXPECT_EQ(engine->mouseSensPitch, 0) << "a missing game mode exhausts the file";
     EXPECT_EQ(engine->mouseSensYaw, 0);
     EXPECT_EQ(engine->gameSpeed, 0);
+}
+
+// "I_RULES" comes after every older key, so an older file still reads whole and plays classic;
+// only 1 chooses the shepherd rules, and a value that names no rule set says so in the log.
+TEST_F(EngineTest, ReadSettingsChoosesTheRuleSetLast) {
+    Engine* engine = Engine::getInstance();
+    const struct {
+        const char* tail;
+        const RuleSet* expected;
+        bool logged;
+    } cases[] = {{"", &RuleSet::classic(), false},
+                 {"I_RULES=0\n", &RuleSet::classic(), false},
+                 {"I_RULES=1\n", &RuleSet::shepherd(), false},
+                 {"I_RULES=7\n", &RuleSet::classic(), true},
+                 {"I_RULES=-1\n", &RuleSet::classic(), true}};
+    for (const auto& c : cases) {
+        std::remove("log.txt");
+        writeFile("settings.ini",
+                  std::string("I_MOUSE_SENSPITCH=2\nI_MOUSE_SENSYAW=3\nGAME_SPEED=1\n") + c.tail);
+        SettingsFile settings;
+        engine->setSettings(&settings);
+        engine->readSettings();
+        EXPECT_EQ(engine->rules, c.expected) << c.tail;
+        EXPECT_EQ(engine->gameSpeed, 1) << "the older keys still read: " << c.tail;
+        const std::vector<std::string> log = readLines("log.txt");
+        const long named = std::count(log.begin(), log.end(),
+                                      std::string("playing the ") + c.expected->name() + " rules");
+        EXPECT_EQ(named, 1) << c.tail;
+        const bool complained = std::any_of(log.begin(), log.end(), [](const std::string& l) {
+            return l.find("is not a rule set") != std::string::npos;
+        });
+        EXPECT_EQ(complained, c.logged) << c.tail;
+    }
+    engine->setSettings(nullptr);
 }
 
 // Factors far outside what anyone plays with are clamped to 10,000 either way, with a log line
