@@ -29,6 +29,9 @@ public:
     // Clamps the height offset, then raises the position so that the eye stands at least
     // kGroundClearance above the given ground height; a lower ground changes nothing.
     void keepAbove(float groundHeight);
+    // The point in window coordinates (pixels, and depth 0 to 1 in front of the eye) through the
+    // current GL matrices and viewport; false when GL cannot project it.
+    static bool project(const Vector3D& point, double* winX, double* winY, double* winZ);
     // Whether the point is in front of (or on) what has been drawn at its pixel.
     bool isVisible(const Vector3D& point) const;
 

@@ -6,26 +6,19 @@
 
 namespace {
 
-// The closest hit of a ray, counting only static bodies: rockets, particles and the characters'
-// capsules are not ground.
-struct StaticRay : btCollisionWorld::ClosestRayResultCallback {
-    StaticRay(const btVector3& from, const btVector3& to) : ClosestRayResultCallback(from, to) {}
-    bool needsCollision(btBroadphaseProxy* proxy) const override {
-        const auto* object = static_cast<const btCollisionObject*>(proxy->m_clientObject);
-        return object != nullptr && object->isStaticObject() &&
-               ClosestRayResultCallback::needsCollision(proxy);
-    }
-};
-
-// The closest hit of a ray on what a rocket would strike: the level and the characters'
-// capsules, not other rockets or particles.
+// The closest hit of a ray on static bodies, and with `characters` also on the characters'
+// kinematic capsules; never on rockets or particles. Ground is static only; a rocket strikes
+// characters too.
 struct SolidRay : btCollisionWorld::ClosestRayResultCallback {
-    SolidRay(const btVector3& from, const btVector3& to) : ClosestRayResultCallback(from, to) {}
+    SolidRay(const btVector3& from, const btVector3& to, bool characters)
+        : ClosestRayResultCallback(from, to), characters(characters) {}
     bool needsCollision(btBroadphaseProxy* proxy) const override {
         const auto* object = static_cast<const btCollisionObject*>(proxy->m_clientObject);
-        return object != nullptr && object->isStaticOrKinematicObject() &&
-               ClosestRayResultCallback::needsCollision(proxy);
+        const bool solid = object != nullptr && (characters ? object->isStaticOrKinematicObject()
+                                                            : object->isStaticObject());
+        return solid && ClosestRayResultCallback::needsCollision(proxy);
     }
+    bool characters;
 };
 
 btVector3 toBullet(const Vector3D& v) {
@@ -43,7 +36,7 @@ bool PhysicsWorld::traceFlight(const Vector3D& start, const Vector3D& velocity, 
     for (float t = 0.0f; t < seconds; t += kStepInterval) {
         v += g;
         const btVector3 next = at + v * kStepInterval;
-        SolidRay ray(at, next);
+        SolidRay ray(at, next, true);
         world_->rayTest(at, next, ray);
         if (ray.hasHit()) {
             const btVector3& p = ray.m_hitPointWorld;
@@ -62,7 +55,7 @@ bool PhysicsWorld::levelHeightBelow(float x, float z, float top, float bottom,
         return false;
     }
     const btVector3 from(x, top, z), to(x, bottom, z);
-    StaticRay ray(from, to);
+    SolidRay ray(from, to, false);
     world_->rayTest(from, to, ray);
     if (!ray.hasHit()) {
         return false;

@@ -48,14 +48,19 @@ void Camera::keepAbove(float groundHeight) {
     }
 }
 
-bool Camera::isVisible(const Vector3D& point) const {
+bool Camera::project(const Vector3D& point, double* winX, double* winY, double* winZ) {
     GLint viewport[4];
     GLdouble modelview[16], projection[16];
     glGetIntegerv(GL_VIEWPORT, viewport);
     glGetDoublev(GL_MODELVIEW_MATRIX, modelview);
     glGetDoublev(GL_PROJECTION_MATRIX, projection);
+    return gluProject(point.x, point.y, point.z, modelview, projection, viewport, winX, winY,
+                      winZ) == GL_TRUE;
+}
+
+bool Camera::isVisible(const Vector3D& point) const {
     GLdouble winX = 0, winY = 0, winZ = 0;
-    gluProject(point.x, point.y, point.z, modelview, projection, viewport, &winX, &winY, &winZ);
+    project(point, &winX, &winY, &winZ);
     GLfloat depth = 0.0f;
     glReadPixels(static_cast<GLint>(winX), static_cast<GLint>(winY), 1, 1, GL_DEPTH_COMPONENT,
                  GL_FLOAT, &depth);

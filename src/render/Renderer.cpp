@@ -234,15 +234,8 @@ bool Renderer::placeCrosshair() {
     if (scene_ == nullptr || !scene_->aimPoint(&at)) {
         return false;
     }
-    GLint viewport[4];
-    GLdouble modelview[16], projection[16];
-    glGetIntegerv(GL_VIEWPORT, viewport);
-    glGetDoublev(GL_MODELVIEW_MATRIX, modelview);
-    glGetDoublev(GL_PROJECTION_MATRIX, projection);
-    GLdouble winX = 0, winY = 0, winZ = 0;
-    if (gluProject(at.x, at.y, at.z, modelview, projection, viewport, &winX, &winY, &winZ) !=
-            GL_TRUE ||
-        winZ < 0.0 || winZ > 1.0) {
+    double winX = 0, winY = 0, winZ = 0;
+    if (!Camera::project(at, &winX, &winY, &winZ) || winZ < 0.0 || winZ > 1.0) {
         return false;
     }
     crosshair.x = static_cast<int>(winX);
