@@ -34,6 +34,7 @@ inline const GeneratedFile kGeneratedFiles[] = {
     {"PowerPlant", &level::kPowerPlant, 8000, -1},
     {"Wolf", &level::kWolf, 3000, int(ModelKind::Wolf)},
     {"TerrainPreset", &level::kTerrainPreset, 50000, int(ModelKind::Terrain)},
+    {"Fold", &level::kFold, 1000, -1},
 };
 
 // The test name of a table entry.

@@ -1,6 +1,7 @@
 // The level contract, measured on the generated files placed as the level places them: ground
 // where the characters start, the canyon floor under every waypoint, the power plant's plateau,
-// no holes in the play area, a walkable ramp from the den and a sky that encloses it all.
+// no holes in the play area, a walkable ramp from the den, the sheep fold lying on the ground
+// over its win zone and a sky that encloses it all.
 #include "LevelMeshes.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,13 @@ using assets::kWaypoints;
 constexpr float kWalkableDegrees = 35.0f;
 // The far clipping distance of the renderer.
 constexpr float kFarPlane = 10000.0f;
+// The fold's floor lies on the terrain, above it by no more than this.
+constexpr float kFloorAboveGround = 0.3f;
+// The fence leaves at least this wide a way in on the fold's +z side, towards the meadow.
+constexpr float kFoldOpening = 11.0f;
+// Fence posts are sunk into the ground, but not this deep, and rise at least this high.
+constexpr float kPostDeepest = 0.6f;
+constexpr float kFenceLowest = 1.0f;
 
 class LevelContentTest : public ::testing::Test {
 protected:
@@ -24,6 +32,7 @@ protected:
         terrain_ = load(level::kTerrain.file, assets::kTerrainPlacement);
         canyon_ = load(level::kCanyon.file, assets::kCanyonPlacement);
         plant_ = load(level::kPowerPlant.file, assets::kPowerPlantPlacement);
+        fold_ = load(level::kFold.file, assets::kFoldPlacement);
         std::vector<Triangle> all = terrain_;
         all.insert(all.end(), canyon_.begin(), canyon_.end());
         all.insert(all.end(), plant_.begin(), plant_.end());
@@ -45,7 +54,7 @@ protected:
         return ys.empty() ? NAN : ys.front();
     }
 
-    static inline std::vector<Triangle> terrain_, canyon_, plant_;
+    static inline std::vector<Triangle> terrain_, canyon_, plant_, fold_;
     static inline std::unique_ptr<VerticalRayCaster> ground_, level_;
 };
 
@@ -195,6 +204,77 @@ TEST_F(LevelContentTest, DenRampClimbsToTheMeadowUnder35Degrees) {
     }
     EXPECT_LT(steepest, kWalkableDegrees);
     EXPECT_NEAR(topAt(top.x, top.z), 0.0f, 2.0f) << "the ramp ends on the meadow";
+}
+
+// The fold marks the win zone: its floor lies just over the terrain everywhere in the zone and
+// ends at the zone's edge.
+TEST_F(LevelContentTest, FoldFloorCoversTheWinZoneJustOverTheGround) {
+    ASSERT_FALSE(fold_.empty());
+    const aiVector3D c = assets::kFoldPlacement.position;
+    const VerticalRayCaster fold(fold_);
+    const auto lowestAbove = [&](float x, float z) {
+        const auto ys = fold.hits(x, z);
+        return ys.empty() ? NAN : ys.back() - groundAt(x, z);
+    };
+    for (float r : {0.0f, 3.5f, 7.0f, 10.5f, 14.0f, 14.7f}) {
+        for (float a = 0; a < 6.28f; a += 0.2f) {
+            const float floor = lowestAbove(c.x + r * std::sin(a), c.z + r * std::cos(a));
+            ASSERT_FALSE(std::isnan(floor)) << "no floor " << r << " from the centre at " << a;
+            EXPECT_GT(floor, 0.0f) << r << " from the centre at " << a;
+            EXPECT_LT(floor, kFloorAboveGround) << r << " from the centre at " << a;
+        }
+    }
+    // Beyond the fence nothing lies on the ground: the floor's edge is the zone's.
+    for (float a = 0; a < 6.28f; a += 0.2f) {
+        const float beyond = lowestAbove(c.x + 16.5f * std::sin(a), c.z + 16.5f * std::cos(a));
+        EXPECT_FALSE(beyond < kFloorAboveGround) << "floor beyond the edge at " << a;
+    }
+}
+
+// The fold's fence stands in the ground around the win zone, all the way round except for the
+// way in from the meadow; none of the fold stands in the power plant's yard.
+TEST_F(LevelContentTest, FoldFenceStandsInTheGroundOpenTowardsTheMeadow) {
+    ASSERT_FALSE(fold_.empty());
+    const aiVector3D c = assets::kFoldPlacement.position;
+    // The fence by the sectors of the circle it stands in, in degrees from +z towards +x.
+    constexpr int kSectorDegrees = 20, kSectors = 360 / kSectorDegrees;
+    std::vector<bool> sunk(kSectors, false), tall(kSectors, false);
+    float minX = 1e9f, maxX = -1e9f, minZ = 1e9f, maxZ = -1e9f;
+    for (const Triangle& t : plant_) {
+        for (const aiVector3D* p : {&t.a, &t.b, &t.c}) {
+            minX = std::min(minX, p->x), maxX = std::max(maxX, p->x);
+            minZ = std::min(minZ, p->z), maxZ = std::max(maxZ, p->z);
+        }
+    }
+    for (const Triangle& t : fold_) {
+        for (const aiVector3D* p : {&t.a, &t.b, &t.c}) {
+            EXPECT_FALSE(p->x > minX && p->x < maxX && p->z > minZ && p->z < maxZ)
+                << "in the power plant's yard: " << p->x << ", " << p->z;
+            const aiVector3D d = *p - c;
+            const float r = std::hypot(d.x, d.z), above = p->y - groundAt(p->x, p->z);
+            if (r < level::kGoalRadius || r > level::kGoalRadius + 1.0f) {
+                continue;
+            }
+            EXPECT_GT(above, -kPostDeepest) << "sunk too deep at " << p->x << ", " << p->z;
+            EXPECT_FALSE(above > kFloorAboveGround && d.z > 0 && std::fabs(d.x) < kFoldOpening / 2)
+                << "the fence closes the way in at " << p->x << ", " << p->z;
+            const float degrees = std::atan2(d.x, d.z) * 180.0f / 3.1415927f + 360.0f;
+            const int sector = static_cast<int>(degrees) % 360 / kSectorDegrees;
+            sunk[sector] = sunk[sector] || above < 0.0f;
+            tall[sector] = tall[sector] || above > kFenceLowest;
+        }
+    }
+    // The sectors that lie wholly beside or behind the way in have posts.
+    for (int s = 0; s < kSectors; ++s) {
+        const float from = s * kSectorDegrees * 3.1415927f / 180.0f;
+        const float to = (s + 1) * kSectorDegrees * 3.1415927f / 180.0f;
+        const float beside =
+            level::kGoalRadius * std::min(std::fabs(std::sin(from)), std::fabs(std::sin(to)));
+        if (beside > kFoldOpening / 2 + 1.0f || (std::cos(from) < 0.0f && std::cos(to) < 0.0f)) {
+            EXPECT_TRUE(sunk[s]) << "no post in the ground at " << s * kSectorDegrees << " degrees";
+            EXPECT_TRUE(tall[s]) << "no fence rising at " << s * kSectorDegrees << " degrees";
+        }
+    }
 }
 
 TEST(SkyTest, DomeEnclosesTheLevelFacingInwards) {

@@ -47,6 +47,9 @@ inline const Placement kCanyonPlacement{level::kCanyonPlacement};
 inline const Placement kPowerPlantPlacement{level::kPowerPlantPlacement};
 inline const Placement kSkyPlacement{level::kSkyPlacement};
 inline const Placement kTerrainPresetPlacement{level::kTerrainPresetPlacement};
+// The fold is drawn at its centre at its scale, unturned.
+inline const Placement kFoldPlacement{
+    level::Placement{level::kFold.scale, 0.0f, level::kFoldCentre}};
 
 inline const std::array<aiVector3D, level::kWaypointCount> kWaypoints = [] {
     std::array<aiVector3D, level::kWaypointCount> points;

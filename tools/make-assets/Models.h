@@ -14,6 +14,9 @@ namespace assets {
 bool writeTerrain(const std::string& dir);
 // The same at the given detail.
 bool writeTerrain(const std::string& dir, Detail detail);
+// The terrain's ground as the level ships it, in world coordinates: what the characters walk on,
+// and what anything laid on the ground has to follow.
+AssetMesh shippedGround();
 // The terrain preset the level does not load.
 bool writeTerrainPreset(const std::string& dir);
 // The rock walls along the canyon trench, simplified as shipped.
@@ -22,6 +25,9 @@ bool writeCanyon(const std::string& dir);
 bool writeCanyon(const std::string& dir, Detail detail);
 // Tanks, pipes, chimney and fence of the power plant.
 bool writePowerPlant(const std::string& dir);
+// The sheep fold the shepherd rules' flock is brought to: a straw floor over the win zone and
+// a fence with an opening towards the meadow.
+bool writeFold(const std::string& dir);
 // The dome seen from inside.
 bool writeSky(const std::string& dir);
 bool writeFlag(const std::string& dir);
@@ -53,6 +59,7 @@ inline constexpr GeneratedModel kGeneratedModels[] = {
     {&level::kPowerPlant, writePowerPlant},
     {&level::kWolf, writeWolf},
     {&level::kTerrainPreset, writeTerrainPreset},
+    {&level::kFold, writeFold},
 };
 
 } // namespace assets

@@ -119,6 +119,12 @@ bool writeTerrain(const std::string& dir) {
     return writeTerrain(dir, Detail::kShipped);
 }
 
+AssetMesh shippedGround() {
+    AssetMesh m = groundMesh(kCells);
+    simplify(m, kTerrainBudget.triangles, kTerrainBudget.maxError);
+    return m;
+}
+
 bool writeTerrain(const std::string& dir, Detail detail) {
     ModelFile model;
     model.nodeName = "Terrain";

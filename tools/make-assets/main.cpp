@@ -1,5 +1,6 @@
 // make-assets: writes everything the level loads into the given folder, deterministically:
-// the ten models with their textures, the unused terrain preset and the default settings.
+// the ten models with their textures, the sheep fold, the unused terrain preset and the default
+// settings.
 // Usage: make-assets <output-dir>
 #include "Models.h"
 

@@ -139,6 +139,7 @@ void listLevelModels() {
         {level::kRocket, level::kRocketFlightScale, "rocket", "three-quarter", ""},
         {level::kTestSphere, level::kTestSphere.scale, "sphere", "three-quarter", ""},
         {level::kPowerPlant, level::kPowerPlant.scale, "powerplant", "three-quarter", ""},
+        {level::kFold, level::kFold.scale, "fold", "three-quarter", ""},
         {level::kCanyon, level::kCanyon.scale, "canyon", "top", ""},
         {level::kTerrain, level::kTerrain.scale, "terrain", "three-quarter", ""},
         {level::kTerrainPreset, level::kTerrainPreset.scale, "preset", "three-quarter", ""},
