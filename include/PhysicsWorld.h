@@ -83,8 +83,8 @@ public:
     bool levelHeightBelow(float x, float z, float top, float bottom, float* height) const;
 
     // Follows a thrown body from `start` at `velocity` through fixed steps under gravity, as the
-    // simulation moves it, for at most `seconds`; where it first meets the level or a character
-    // (true), or where it is when the time is up (false).
+    // simulation moves it, for at most `seconds`; where it first meets the level's static
+    // geometry (true), or where it is when the time is up (false).
     bool traceFlight(const Vector3D& start, const Vector3D& velocity, float seconds,
                      Vector3D* end) const;
 

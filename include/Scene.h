@@ -20,6 +20,9 @@ class WaypointGraph;
 
 class Scene {
 public:
+    // A fired rocket's push-off force per unit of its launch direction.
+    static constexpr float kRocketPush = 30.0f;
+
     // Builds the whole level (init) and starts the per-frame clocks.
     Scene();
 

@@ -2,6 +2,7 @@
 // the fold and shoots the wolves wins; an idle one loses within five minutes; a herd click at the
 // start wins only the classic game; walking goes by the second under the shepherd rules and by
 // the cycle under the classic ones; a click or tap between two cycles still acts once.
+#include "Rocket.h"
 #include "WholeGameFixture.h"
 
 #include <algorithm>
@@ -111,6 +112,35 @@ TEST_F(ShepherdGameTest, KillingTheWolfAtTheDenFreesItsSheep) {
     EXPECT_TRUE(sheep->alive()) << "freed before its time was up";
     EXPECT_EQ(linesWith("sheep " + sheep->name + " freed from wolf0"), 1);
     EXPECT_EQ(linesWith(" devoured by wolf0"), 0);
+}
+
+// The crosshair's point, traced through the world before the shot, is where the rocket comes
+// down on the level, near and far: the rocket bursts there or skids on a little before the touch
+// is reported (within a step and a half of its flight), never short of it and hardly off the line.
+TEST_F(ShepherdGameTest, TheRocketBurstsWhereTheCrosshairPoints) {
+    constexpr float kSkidSteps = 1.5f;
+    face(40.0f, 0.0f); // +x, over the open meadow and away from the flock
+    play();
+    for (const float lookDown : {0.5f, 1.0f, 2.0f, 3.0f}) {
+        renderer_->getCamera()->height = lookDown;
+        Vector3D aim, start, direction;
+        ASSERT_TRUE(scene_->aimPoint(&aim));
+        engine_->launch(scene_->getPlayer(), &start, &direction);
+        const Vector3D v = Rocket::launchVelocity(direction * Scene::kRocketPush);
+        const float reach =
+            kSkidSteps * PhysicsWorld::kStepInterval * std::sqrt(Vector3D::dot(v, v));
+        click(GLUT_LEFT_BUTTON);
+        auto* rocket = dynamic_cast<Rocket*>(scene_->getRockets().back());
+        ASSERT_NE(rocket, nullptr);
+        ASSERT_TRUE(playUntil([&] { return rocket->actor == nullptr; }, 3.0)) << "it burst";
+        const Vector3D burst = rocket->getPosition();
+        const std::string where = "looking down " + std::to_string(lookDown) + ": aimed at x " +
+                                  std::to_string(aim.x) + ", burst at x " + std::to_string(burst.x);
+        EXPECT_GE(burst.x, aim.x - 1.0f) << where;
+        EXPECT_LE(burst.x, aim.x + reach) << where;
+        EXPECT_LT(std::fabs(burst.z - aim.z), 3.0f) << where; // a skid up a slope turns a little
+        EXPECT_GT(rocket->trail.size(), 0) << "a smoke trail behind it";
+    }
 }
 
 // Both rule sets, each case on a fresh level.

@@ -38,9 +38,8 @@ static constexpr float kSpawnAbove = 10.0f;
 // target.
 static constexpr int kJitterSpread = 3;
 static constexpr float kJitterBack = 1.5f;
-// Rockets: the push-off force per unit of the launch direction; the scale a rocket is drawn at
-// where the rules help aiming (three times the classic one: 1.2 units long, not a speck).
-static constexpr float kRocketPush = 30.0f;
+// Rockets: the scale a rocket is drawn at where the rules help aiming (three times the classic
+// one: 1.2 units long, not a speck).
 static constexpr float kRocketSeenScale = 3.0f * level::kRocketFlightScale;
 // How long the aim follows a shot: as long as a rocket lives.
 static constexpr float kAimSeconds = 5.0f;

@@ -6,19 +6,15 @@
 
 namespace {
 
-// The closest hit of a ray on static bodies, and with `characters` also on the characters'
-// kinematic capsules; never on rockets or particles. Ground is static only; a rocket strikes
-// characters too.
-struct SolidRay : btCollisionWorld::ClosestRayResultCallback {
-    SolidRay(const btVector3& from, const btVector3& to, bool characters)
-        : ClosestRayResultCallback(from, to), characters(characters) {}
+// The closest hit of a ray, counting only static bodies: rockets, particles and the characters'
+// capsules are not ground.
+struct StaticRay : btCollisionWorld::ClosestRayResultCallback {
+    StaticRay(const btVector3& from, const btVector3& to) : ClosestRayResultCallback(from, to) {}
     bool needsCollision(btBroadphaseProxy* proxy) const override {
         const auto* object = static_cast<const btCollisionObject*>(proxy->m_clientObject);
-        const bool solid = object != nullptr && (characters ? object->isStaticOrKinematicObject()
-                                                            : object->isStaticObject());
-        return solid && ClosestRayResultCallback::needsCollision(proxy);
+        return object != nullptr && object->isStaticObject() &&
+               ClosestRayResultCallback::needsCollision(proxy);
     }
-    bool characters;
 };
 
 btVector3 toBullet(const Vector3D& v) {
@@ -27,7 +23,8 @@ btVector3 toBullet(const Vector3D& v) {
 
 } // namespace
 
-// The simulation's fixed step integrates semi-implicitly: the velocity takes the step's gravity
+// Only the level stops a rocket for certain (it flies on through the sheep it kills). The
+// simulation's fixed step integrates semi-implicitly: the velocity takes the step's gravity
 // first, then carries the body the whole step.
 bool PhysicsWorld::traceFlight(const Vector3D& start, const Vector3D& velocity, float seconds,
                                Vector3D* end) const {
@@ -36,7 +33,7 @@ bool PhysicsWorld::traceFlight(const Vector3D& start, const Vector3D& velocity, 
     for (float t = 0.0f; t < seconds; t += kStepInterval) {
         v += g;
         const btVector3 next = at + v * kStepInterval;
-        SolidRay ray(at, next, true);
+        StaticRay ray(at, next);
         world_->rayTest(at, next, ray);
         if (ray.hasHit()) {
             const btVector3& p = ray.m_hitPointWorld;
@@ -55,7 +52,7 @@ bool PhysicsWorld::levelHeightBelow(float x, float z, float top, float bottom,
         return false;
     }
     const btVector3 from(x, top, z), to(x, bottom, z);
-    SolidRay ray(from, to, false);
+    StaticRay ray(from, to);
     world_->rayTest(from, to, ray);
     if (!ray.hasHit()) {
         return false;

@@ -99,7 +99,8 @@ void Rocket::explode() {
     burst->particleColour = kBurstColour;
     burst->particleSize = kBurstParticleSize;
     burst->emissionTime = kBurstEmissionTime;
-    burst->setPosition(actor->getGlobalPosition());
+    position = actor->getGlobalPosition();
+    burst->setPosition(position);
     if (sceneList != nullptr) {
         sceneList->attach(burst);
     }
