@@ -17,6 +17,8 @@ public:
     bool alive() const override { return living; }
     // A rocket struck it: a burst where it stood, then out of the game. Only the first call acts.
     void dieByRocket();
+    // The living wolf carrying it off, or null.
+    AIWolf* carrier() const;
     // Releases its controller, leaves the scene list and counts as dead (still in the sheep list).
     void remove();
 

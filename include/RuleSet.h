@@ -47,6 +47,8 @@ public:
     virtual AISheep* choosePrey(const std::vector<AISheep*>& flock) const = 0;
     // Seconds a sheep carried to the den lives on there; negative: it is never devoured.
     virtual float devourSeconds() const = 0;
+    // Whether a wolf that touches a sheep another wolf carries takes it over.
+    virtual bool wolvesTakeCarriedSheep() const = 0;
 
     // -- The herder's controls --
     // The share of the walk the input step hands the herder's controller.

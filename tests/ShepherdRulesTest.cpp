@@ -231,6 +231,24 @@ TEST_P(BothRulesTest, AClickOrTapShorterThanACycleActsOnce) {
     EXPECT_FALSE(input->forwardHeld);
 }
 
+// A second wolf that runs into a carried sheep takes it over in the classic game only; the
+// seizure is logged once, when the sheep was free.
+TEST_P(BothRulesTest, ASecondWolfTakesACarriedSheepOnlyInTheClassicGame) {
+    scene_->spawnWolf();
+    scene_->spawnWolf();
+    AIWolf* first = scene_->getWolves()[0];
+    AIWolf* second = scene_->getWolves()[1];
+    AISheep* sheep = scene_->getSheep()[2];
+    WolfCatches catches;
+    catches.wolfCaughtSheep(first, sheep);
+    ASSERT_EQ(sheep->carrier(), first);
+    catches.wolfCaughtSheep(second, sheep);
+    EXPECT_EQ(sheep->carrier(), shepherd() ? first : second);
+    catches.wolfCaughtSheep(first, sheep);
+    EXPECT_EQ(sheep->carrier(), first);
+    EXPECT_EQ(linesWith("sheep " + sheep->name + " seized by"), 1);
+}
+
 const RulesCase kRules[] = {{"Classic", &RuleSet::classic}, {"Shepherd", &RuleSet::shepherd}};
 INSTANTIATE_TEST_SUITE_P(Rules, BothRulesTest, ::testing::ValuesIn(kRules),
                          [](const auto& info) { return std::string(info.param.name); });

@@ -42,10 +42,9 @@ void AISheep::update(float dt) {
 // clock starts again whenever it is not at the den in a living wolf's hold.
 void AISheep::waitAtDen(float dt) {
     const float limit = Engine::getInstance()->rules->devourSeconds();
-    auto* wolf = dynamic_cast<AIWolf*>(targetObject);
+    AIWolf* wolf = carrier();
     const Vector3D off = position + AIWolf::den * -1.0f;
-    const bool atDen = living && state == kFollowObject && wolf != nullptr && wolf->alive() &&
-                       Vector3D::dot(off, off) < kDenReach * kDenReach;
+    const bool atDen = living && wolf != nullptr && Vector3D::dot(off, off) < kDenReach * kDenReach;
     if (limit < 0.0f || !atDen) {
         secondsAtDen = 0.0f;
         return;
@@ -54,6 +53,11 @@ void AISheep::waitAtDen(float dt) {
     if (secondsAtDen >= limit) {
         wolf->devour(this);
     }
+}
+
+AIWolf* AISheep::carrier() const {
+    auto* wolf = dynamic_cast<AIWolf*>(targetObject);
+    return state == kFollowObject && wolf != nullptr && wolf->alive() ? wolf : nullptr;
 }
 
 void AISheep::dieByRocket() {

@@ -119,8 +119,12 @@ void AIWolf::devour(AISheep* sheep) {
 }
 
 // With path search the sheep remembers who holds it, so the herd command leaves it be.
+// A sheep taken over from another wolf was seized already: only a free sheep's seizure is logged.
 void AIWolf::seize(AISheep* sheep, bool pathSearch) {
-    Logfile::appendLine(("sheep " + sheep->name + " seized by " + name + atSecond(scene)).c_str());
+    if (sheep->carrier() == nullptr) {
+        Logfile::appendLine(
+            ("sheep " + sheep->name + " seized by " + name + atSecond(scene)).c_str());
+    }
     if (pathSearch) {
         sheep->heldByWolf = true;
         sheep->holder = this;

@@ -7,6 +7,7 @@
 #include "Engine.h"
 #include "PhysicsWorld.h"
 #include "Rocket.h"
+#include "RuleSet.h"
 
 // Only real rockets burst; the rules go by group, and any body may be given the rockets' group.
 static void burst(Object3D* rocket) {
@@ -38,11 +39,14 @@ void RocketContacts::rocketOnLevel(Object3D* rocket) {
 // A wolf touches the sheep it carries again and again. Those touches change nothing: catching
 // it anew would search a fresh path from the nearest waypoint, which may lie behind the wolf, and
 // turning round runs the wolf into its own sheep, head on.
+// Whether a sheep another wolf carries can be taken over is the rules' call.
 void WolfCatches::wolfCaughtSheep(Object3D* wolf, Object3D* sheep) {
     auto* hunter = dynamic_cast<AIWolf*>(wolf);
     auto* prey = dynamic_cast<AISheep*>(sheep);
+    const AIWolf* carrier = prey != nullptr ? prey->carrier() : nullptr;
     const bool carried =
-        prey != nullptr && prey->state == AIObject3D::kFollowObject && prey->targetObject == wolf;
+        carrier == hunter ||
+        (carrier != nullptr && !Engine::getInstance()->rules->wolvesTakeCarriedSheep());
     if (hunter != nullptr && prey != nullptr && !carried) {
         hunter->seize(prey, Engine::getInstance()->pathSearch);
     }

@@ -34,12 +34,6 @@ static constexpr float kLookPerPixel = 0.004f;
 static constexpr int kSheepToWin = 3;
 static constexpr float kDevourSeconds = 20.0f;
 
-// A sheep a wolf is carrying off (it follows a living wolf).
-static bool carried(const AISheep* sheep) {
-    const auto* wolf = dynamic_cast<const AIWolf*>(sheep->targetObject);
-    return sheep->state == AIObject3D::kFollowObject && wolf != nullptr && wolf->alive();
-}
-
 static int livingSheep(const Scene& scene) {
     int living = 0;
     for (const AISheep* sheep : scene.getSheep()) {
@@ -71,6 +65,7 @@ public:
         return flock.empty() ? nullptr : flock[static_cast<size_t>(std::rand()) % flock.size()];
     }
     float devourSeconds() const override { return -1.0f; }
+    bool wolvesTakeCarriedSheep() const override { return true; }
     // Per cycle, whatever the frame rate; two keys together go further than one.
     Vector3D walkDisplacement(const Vector3D& keys, float, int) const override {
         return keys * kClassicWalkFactor;
@@ -108,7 +103,7 @@ public:
         for (AISheep* sheep : flock) {
             if (sheep->alive()) {
                 living.push_back(sheep);
-                if (!carried(sheep)) {
+                if (sheep->carrier() == nullptr) {
                     free.push_back(sheep);
                 }
             }
@@ -118,6 +113,8 @@ public:
     }
     // Without it wolves only gathered at the den and the game could not be lost.
     float devourSeconds() const override { return kDevourSeconds; }
+    // Two wolves at the den took the same sheep from each other many times a second.
+    bool wolvesTakeCarriedSheep() const override { return false; }
     // Per second, so that the frame rate does not decide how fast the herder runs; diagonals are
     // no faster than straight walking.
     Vector3D walkDisplacement(const Vector3D& keys, float dt, int gameSpeed) const override {
