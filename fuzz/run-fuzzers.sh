@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (TGA reader, settings reader, model loading from bytes, the reader
-# of the model reader's answer) with clang through CMake and runs each for a bounded time,
+# of the model reader's answer, the WAV reader) with clang through CMake and runs each for a bounded time,
 # starting from the seed corpus in fuzz/corpus. Exits non-zero when a target
 # crashes, leaks or hangs (the input is saved as <build-dir>/<target>-crash-*), and with 77
 # (skipped) when clang++ cannot build fuzzers here.
@@ -32,13 +32,13 @@ cmake --build "$out/build" --target fuzzers -j"$(nproc)"
 
 # The model fuzzer writes the game's log.txt in its working directory: the build folder's.
 cd "$out"
-for target in tga settings model answer; do
+for target in tga settings model answer wav; do
     # New inputs go to the build folder; the seeds in the source tree stay as they are.
     corpus="$out/corpus-$target"
     mkdir -p "$corpus"
-    # The answer format is small and flat: a quarter of the time covers it.
+    # The answer and WAV formats are small and flat: a quarter of the time covers each.
     time=$seconds
-    [ "$target" = answer ] && time=$(((seconds + 3) / 4))
+    [ "$target" = answer ] || [ "$target" = wav ] && time=$(((seconds + 3) / 4))
     echo "run-fuzzers: $target for $time s"
     # Assimp's FBX parser leaks on some of its own error paths; leaks are not looked for there.
     leaks=1

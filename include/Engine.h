@@ -20,8 +20,8 @@ public:
 
     // Stores the settings reader (not owned) for readSettings.
     void setSettings(SettingsFile* settings) { settings_ = settings; }
-    // Reads the mouse factors, game speed and rule set, in file order; missing keys give 0 (the
-    // classic rules).
+    // Reads the mouse factors, game speed, rule set and volume, in file order; missing keys give 0
+    // (the classic rules, silence).
     void readSettings();
     // Whether the GL extension string names `name` as a whole word.
     bool isExtensionSupported(const char* name) const;
@@ -48,6 +48,8 @@ public:
     int frameCount = 0;
     // The herder's walk of the last input step, before the controller's share.
     Vector3D lastMove;
+    // Sound volume, 0 (silent) to 100, from "I_VOLUME".
+    int volume = 0;
     // The rules in force (never null): classic until the settings choose.
     const RuleSet* rules;
 
@@ -55,7 +57,10 @@ private:
     void turnAndLook(Object3D* herder, float dt);
     void walk(Object3D* herder, float dt);
     void playAgainIfAsked();
+    void footsteps(const Vector3D& at, bool walking);
     void placeMarker(Object3D* herder);
 
     SettingsFile* settings_ = nullptr;
+    // The herder's footsteps loop while he walks (0: quiet).
+    int footsteps_ = 0;
 };

@@ -27,6 +27,8 @@ public:
     // Bursts where the body is: a yellow particle system, the body released, the rocket gone
     // from the scene list. A rocket that has burst already does nothing.
     void explode();
+    // Stops the flight's sound.
+    void silence();
 
     float damage = 50.0f;
     float lifetime = 5.0f;
@@ -34,5 +36,7 @@ public:
     List* sceneList;
     // Whether it leaves a smoke trail in flight (set by whoever fires it).
     bool leavesTrail = false;
+    // The flight's sound loop while it flies (0: none).
+    int flightSound = 0;
     SmokeTrail trail;
 };

@@ -104,8 +104,8 @@ TEST(GeneratedContentTest, SomeTexturesAreRunLengthEncoded) {
     EXPECT_GE(encoded, 2);
 }
 
-// The shipped settings choose the shepherd rules, after every older key.
-TEST(GeneratedContentTest, DefaultSettingsHoldTheFiveKeysInReadingOrder) {
+// The shipped settings choose the shepherd rules and a volume, after every older key.
+TEST(GeneratedContentTest, DefaultSettingsHoldTheSixKeysInReadingOrder) {
     SettingsFile settings(dataFile("settings.ini"));
     const std::string mode = settings.getString("G_GAMEMODESTRING");
     EXPECT_EQ(mode.rfind("1024x768", 0), 0u) << mode;
@@ -113,6 +113,9 @@ TEST(GeneratedContentTest, DefaultSettingsHoldTheFiveKeysInReadingOrder) {
     EXPECT_GT(settings.getInt("I_MOUSE_SENSYAW"), 0);
     EXPECT_EQ(settings.getInt("GAME_SPEED"), 1);
     EXPECT_EQ(settings.getInt("I_RULES"), 1);
+    const int volume = settings.getInt("I_VOLUME");
+    EXPECT_GT(volume, 0);
+    EXPECT_LE(volume, 100);
 }
 
 // Every writer, run again into a scratch folder, writes what the build wrote into its data folder;

@@ -1,6 +1,7 @@
 // The game cycle and its input step.
 #include "Engine.h"
 
+#include "Audio.h"
 #include "Camera.h"
 #include "FBXModel.h"
 #include "HUD.h"
@@ -38,6 +39,7 @@ static constexpr float kLaunchAbove = 2.5f;
 // The mouse factors and the game speed are small numbers in any playable settings file; larger
 // ones are clamped to this magnitude (and logged) before they scale anything.
 static constexpr int kMaxSettingMagnitude = 10000;
+static constexpr int kMaxVolume = 100;
 
 // The setting within +-kMaxSettingMagnitude; a value outside gets a log line.
 static int saneSetting(const char* name, int value) {
@@ -46,6 +48,17 @@ static int saneSetting(const char* name, int value) {
         const std::string line = std::string("setting ") + name + "=" + std::to_string(value) +
                                  " is out of range, using " + std::to_string(clamped);
         Logfile::appendLine(line.c_str());
+    }
+    return clamped;
+}
+
+// The volume within 0 to 100; a value outside gets a log line.
+static int saneVolume(int value) {
+    const int clamped = std::clamp(value, 0, kMaxVolume);
+    if (clamped != value) {
+        Logfile::appendLine(("setting I_VOLUME=" + std::to_string(value) +
+                             " is out of range, using " + std::to_string(clamped))
+                                .c_str());
     }
     return clamped;
 }
@@ -66,6 +79,7 @@ void Engine::readSettings() {
     gameSpeed = saneSetting("GAME_SPEED", settings_->getInt("GAME_SPEED"));
     rules = &RuleSet::forSetting(settings_->getInt("I_RULES"));
     Logfile::appendLine((std::string("playing the ") + rules->name() + " rules").c_str());
+    volume = saneVolume(settings_->getInt("I_VOLUME"));
 }
 
 bool Engine::extensionListHas(const char* list, const char* name) {
@@ -148,6 +162,7 @@ void Engine::walk(Object3D* herder, float dt) {
     }
     input->clearTaps();
     herder->staticPose = !moved;
+    footsteps(herder->getPosition(), moved);
     lastMove = rules->walkDisplacement(keys, dt, gameSpeed);
     herder->moveControllerBy(lastMove * RuleSet::kControllerShare);
 }
@@ -213,6 +228,17 @@ void Engine::processInput() {
         }
     }
     playAgainIfAsked();
+}
+
+// The footsteps loop runs while the herder walks and follows him.
+void Engine::footsteps(const Vector3D& at, bool walking) {
+    if (walking && footsteps_ == 0) {
+        footsteps_ = Audio::startLoop(sound::Sound::Footsteps, at);
+    } else if (!walking && footsteps_ != 0) {
+        Audio::stopLoop(footsteps_);
+        footsteps_ = 0;
+    }
+    Audio::moveLoop(footsteps_, at);
 }
 
 // "R" after a decided game starts a fresh one, where the rules offer it; elsewhere it is ignored.

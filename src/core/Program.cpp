@@ -3,6 +3,7 @@
 // the engine, and GLUT's main loop runs the game until a key ends the process.
 #include "Program.h"
 
+#include "Audio.h"
 #include "Engine.h"
 #include "GameRules.h"
 #include "InputManager.h"
@@ -147,6 +148,9 @@ int Program::run(int argc, char** argv) {
     // The rule set shapes the level, so the settings are read before it is built.
     engine->setSettings(settings);
     engine->readSettings();
+    Audio* audio = new Audio(engine->volume);
+    Audio::setCurrent(audio);
+    audio->loadSounds();
     engine->physics = new PhysicsWorld();
     GameRules::install(*engine->physics);
     Scene* scene = new Scene();

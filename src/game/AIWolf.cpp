@@ -2,6 +2,7 @@
 #include "AIWolf.h"
 
 #include "AISheep.h"
+#include "Audio.h"
 #include "CharacterController.h"
 #include "Engine.h"
 #include "HUD.h"
@@ -81,11 +82,13 @@ void AIWolf::announce(const std::string& text) {
 
 void AIWolf::hit(float damage) {
     hitPoints -= damage;
+    Audio::play(sound::Sound::WolfHit, position);
     announce("wolf " + name + " hit.\n");
 }
 
 void AIWolf::die() {
     announce("wolf " + name + " died.\n");
+    Audio::play(sound::Sound::WolfDeath, position);
     if (scene != nullptr) {
         scene->wolfKilled();
         for (const AISheep* sheep : scene->getSheep()) {
@@ -122,6 +125,7 @@ void AIWolf::devour(AISheep* sheep) {
 // A sheep taken over from another wolf was seized already: only a free sheep's seizure is logged.
 void AIWolf::seize(AISheep* sheep, bool pathSearch) {
     if (sheep->carrier() == nullptr) {
+        Audio::play(sound::Sound::SheepBleat, sheep->getPosition());
         Logfile::appendLine(
             ("sheep " + sheep->name + " seized by " + name + atSecond(scene)).c_str());
     }

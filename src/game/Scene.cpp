@@ -3,6 +3,7 @@
 
 #include "AISheep.h"
 #include "AIWolf.h"
+#include "Audio.h"
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
@@ -187,6 +188,8 @@ void Scene::fireRocket(Vector3D position, Vector3D direction) {
         rocket->setDirection(player_->getDirection());
     }
     rocket->launch(direction * kRocketPush);
+    Audio::play(sound::Sound::RocketLaunch, position);
+    rocket->flightSound = Audio::startLoop(sound::Sound::RocketFlight, position);
     append(rocket);
     rockets_.push_back(rocket);
 }
@@ -284,6 +287,7 @@ void Scene::spawnWolf() {
     }
     wolves_.push_back(wolf);
     wolfCount_ += 1;
+    Audio::play(sound::Sound::WolfHowl, wolf->getPosition());
 }
 
 // Each sheep draws its z jitter before its x jitter, so the flock spreads over a small square
@@ -307,6 +311,7 @@ void Scene::herdTo(const Vector3D& target) {
     } while (node != sceneList_->head() && node != nullptr);
     flag_->setPosition(player_->getPosition() + Vector3D(0.0f, -level::kFlagBelowHerder, 0.0f));
     flag_->visible = true;
+    Audio::play(sound::Sound::Whistle, player_->getPosition());
 }
 
 void Scene::judgeGoal(const Vector3D& goal) {
@@ -343,6 +348,7 @@ void Scene::reportOutcome(Outcome outcome) {
                              " rules): " + std::to_string(saved) + " sheep saved, " +
                              std::to_string(wolvesKilled_) + " wolves killed";
     Logfile::appendLine(line.c_str());
+    Audio::playHere(outcome == Outcome::Won ? sound::Sound::Win : sound::Sound::Loss);
     if (rules.aimingAids()) {
         hud_->showSummary("time " + clockText(second) + "   sheep saved " + std::to_string(saved) +
                           "   wolves killed " + std::to_string(wolvesKilled_) +

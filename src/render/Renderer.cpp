@@ -3,6 +3,7 @@
 // stays switched off in this build (RendererShadow.cpp).
 #include "Renderer.h"
 
+#include "Audio.h"
 #include "Camera.h"
 #include "CharacterController.h"
 #include "Crosshair.h"
@@ -176,6 +177,8 @@ void Renderer::followHerder() {
     camera_->up = herder->up;
     liftOverGround();
     camera_->draw();
+    const Vector3D eye = camera_->eye();
+    Audio::listen(eye, camera_->target + eye * -1.0f, camera_->up);
     if (frustum != nullptr) {
         const Vector3D centre(target.x, target.y + Camera::kLift, target.z);
         frustum->setCamDef(camera_->eye(), centre, camera_->up);

@@ -1,6 +1,7 @@
 // The herder's rocket: its body and push-off, its lifetime, and the yellow burst it ends in.
 #include "Rocket.h"
 
+#include "Audio.h"
 #include "Engine.h"
 #include "List.h"
 #include "Particle.h"
@@ -68,10 +69,12 @@ void Rocket::update(float dt) {
     if (leavesTrail) {
         trail.update(dt, position, actor != nullptr);
     }
+    Audio::moveLoop(flightSound, position);
     age += dt;
     if (age <= lifetime) {
         return;
     }
+    silence();
     stop();
     unlink();
     Scene* scene = Engine::getInstance()->scene;
@@ -83,6 +86,11 @@ void Rocket::update(float dt) {
     if (found != rockets.end()) {
         rockets.erase(found);
     }
+}
+
+void Rocket::silence() {
+    Audio::stopLoop(flightSound);
+    flightSound = 0;
 }
 
 void Rocket::hit(Object3D*) {
@@ -101,6 +109,8 @@ void Rocket::explode() {
     burst->emissionTime = kBurstEmissionTime;
     position = actor->getGlobalPosition();
     burst->setPosition(position);
+    silence();
+    Audio::play(sound::Sound::Explosion, position);
     if (sceneList != nullptr) {
         sceneList->attach(burst);
     }

@@ -16,7 +16,8 @@ static const char* const kDefaultSettings = "G_GAMEMODESTRING=1024x768:24@60\n"
                                             "I_MOUSE_SENSPITCH=2\n"
                                             "I_MOUSE_SENSYAW=3\n"
                                             "GAME_SPEED=1\n"
-                                            "I_RULES=1\n";
+                                            "I_RULES=1\n"
+                                            "I_VOLUME=80\n";
 
 static bool writeSettings(const std::string& dir) {
     const fs::path path = fs::path(dir) / "settings.ini";
