@@ -10,7 +10,11 @@
 #include <AL/alc.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using sound::Sound;
 
@@ -35,13 +39,37 @@ void Audio::setCurrent(Audio* audio) {
     owner = audio;
 }
 
+// The default device, with stderr silenced while the backends are tried: on a machine without a
+// sound card the ALSA library prints a dozen lines of its own before OpenAL moves on, and the
+// game's one log line says all the player needs.
+static ALCdevice* openQuietly() {
+    std::fflush(stderr);
+    const int saved = dup(STDERR_FILENO);
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (saved >= 0 && null >= 0) {
+        dup2(null, STDERR_FILENO);
+    }
+    ALCdevice* device = alcOpenDevice(nullptr);
+    if (saved >= 0 && null >= 0) {
+        std::fflush(stderr);
+        dup2(saved, STDERR_FILENO);
+    }
+    if (null >= 0) {
+        close(null);
+    }
+    if (saved >= 0) {
+        close(saved);
+    }
+    return device;
+}
+
 Audio::Audio(int volume) {
     const int clamped = std::clamp(volume, 0, kMaxVolume);
     if (clamped == 0) {
         Logfile::appendLine("sound: volume 0, playing silently");
         return;
     }
-    device_ = alcOpenDevice(nullptr);
+    device_ = openQuietly();
     if (device_ == nullptr) {
         Logfile::appendLine("sound: no audio device could be opened, playing silently");
         return;
