@@ -22,9 +22,10 @@ PEAK_LIMIT = FULL_SCALE * 10 ** (-0.5 / 20)
 RMS_FLOOR = FULL_SCALE * 10 ** (-40 / 20)
 # A loop's join may step no further than this many times the file's typical sample-to-sample step.
 JOIN_STEP_FACTOR = 4.0
-# Each end of a loop keeps at least this fraction of the loop's RMS (no fade to silence).
-LOOP_END_FRACTION = 0.2
-LOOP_END_SECONDS = 0.05
+# The last and first few milliseconds of a loop keep at least this fraction of the loop's RMS: a
+# fade to silence, however short, would be heard as a dip at every repeat.
+LOOP_END_FRACTION = 0.4
+LOOP_END_SECONDS = 0.005
 SET_BYTES_LIMIT = 2 * 1024 * 1024
 
 ENTRY = re.compile(r'\{Sound::\w+,\s*"([^"]+)",\s*(true|false),\s*([0-9.]+)f?\}')
