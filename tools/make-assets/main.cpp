@@ -1,8 +1,9 @@
 // make-assets: writes everything the level loads into the given folder, deterministically:
-// the ten models with their textures, the sheep fold, the unused terrain preset and the default
-// settings.
+// the ten models with their textures, the sheep fold, the unused terrain preset, the sound effects
+// and the default settings.
 // Usage: make-assets <output-dir>
 #include "Models.h"
+#include "Sounds.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -48,5 +49,6 @@ int main(int argc, char** argv) {
     for (const assets::GeneratedModel& model : assets::kGeneratedModels) {
         ok = model.write(dir) && ok;
     }
+    ok = assets::writeSounds(dir) && ok;
     return ok ? 0 : 1;
 }
