@@ -2,7 +2,7 @@
 """Checks the sound stream that OpenAL Soft's wave backend wrote while the game played.
 
 Arguments: the stream (a stereo WAV) and the driver's times file ("<event> <seconds since the
-device opened>" lines: level, quiet_end, whistle, rocket). The first wolf appears 30 s of game
+device opened>" lines: level, quiet_end, whistle, rocket, shot). The first wolf appears 30 s of game
 time after the level is in, towards the herder's left; its howl starts then and lasts 1.8 s,
 before the wolf reaches a sheep.
 """
@@ -94,6 +94,8 @@ def main():
         report.append("howl left %.5f right %.5f" % (l, r))
         if l < LEFT_OVER_RIGHT * r:
             failures.append("the howl on the left: left %.5f, right %.5f" % (l, r))
+    if "shot" in times:
+        loud("the shot at the wolf", times["shot"], times["shot"] + 1.2)
     print("; ".join(report))
     for f in failures:
         print("FAIL:", f)

@@ -2,8 +2,8 @@
 # Plays 40 s of the real game under a private Xvfb with OpenAL Soft's "wave" backend, which writes
 # what the game would play to a file instead of a device, then checks the stream: quiet (the wind
 # alone) before the first event, energy after the herd whistle, the rocket's launch and burst and
-# the first wolf's arrival 30 s into the level, and that wolf's howl louder on the left, where
-# it appears.
+# the first wolf's arrival 30 s into the level, that wolf's howl louder on the left, where it
+# appears, and the shot fired at it.
 # Usage: sound.sh <herder> <data-dir> <work-root>
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -60,9 +60,17 @@ xdotool mousemove_relative -- 0 150
 sleep 0.3
 xdotool click 1
 echo "rocket $(since)" >>times.txt
-# The first wolf comes at 30 s of game time, towards -x (the herder's left) and -z.
-while awk -v t="$(since)" 'BEGIN { exit !(t < 38) }'; do
-    sleep 0.5
+# The first wolf comes at 30 s of game time, towards -x (the herder's left) and -z: once it has
+# howled, turn half left towards it (75 pixels at the shipped mouse factor) and fire at it.
+until awk -v t="$(since)" -v l="$level" 'BEGIN { exit !(t > l + 32.5) }'; do
+    sleep 0.1
+done
+xdotool mousemove_relative -- -75 -60
+sleep 0.3
+xdotool click 1
+echo "shot $(since)" >>times.txt
+until awk -v t="$(since)" -v l="$level" 'BEGIN { exit !(t > l + 36) }'; do
+    sleep 0.2
 done
 xdotool key p
 for _ in $(seq 100); do
