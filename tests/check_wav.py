@@ -28,7 +28,7 @@ LOOP_END_FRACTION = 0.4
 LOOP_END_SECONDS = 0.005
 SET_BYTES_LIMIT = 2 * 1024 * 1024
 
-ENTRY = re.compile(r'\{Sound::\w+,\s*"([^"]+)",\s*(true|false),\s*([0-9.]+)f?\}')
+ENTRY = re.compile(r'\{Sound::\w+,\s*"([^"]+)",\s*(true|false),\s*([0-9.]+)f?[,}]')
 RATE = re.compile(r'kSampleRate\s*=\s*(\d+)')
 
 

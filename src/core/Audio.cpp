@@ -25,8 +25,6 @@ static constexpr size_t kVoices = 16;
 static constexpr float kReferenceDistance = 6.0f;
 static constexpr float kRolloff = 1.0f;
 static constexpr float kMaxDistance = 400.0f;
-// The wind stays under everything else.
-static constexpr float kWindGain = 0.25f;
 static constexpr int kMaxVolume = 100;
 
 static Audio* owner = nullptr;
@@ -175,7 +173,7 @@ void Audio::startWind() {
     alSource3f(wind_, AL_POSITION, 0.0f, 0.0f, 0.0f);
     alSourcei(wind_, AL_BUFFER, static_cast<ALint>(buffer));
     alSourcei(wind_, AL_LOOPING, AL_TRUE);
-    alSourcef(wind_, AL_GAIN, kWindGain);
+    alSourcef(wind_, AL_GAIN, sound::asset(Sound::Wind).gain);
     alSourcePlay(wind_);
 }
 
@@ -200,6 +198,7 @@ unsigned Audio::sourceFor(Sound id) {
     alSourceStop(chosen);
     alSourcei(chosen, AL_BUFFER, static_cast<ALint>(buffer));
     alSourcei(chosen, AL_LOOPING, AL_FALSE);
+    alSourcef(chosen, AL_GAIN, sound::asset(id).gain);
     return chosen;
 }
 
@@ -256,6 +255,7 @@ int Audio::startLoop(Sound id, const Vector3D& at) {
     alSourcef(source, AL_MAX_DISTANCE, kMaxDistance);
     alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
     alSourcei(source, AL_LOOPING, AL_TRUE);
+    alSourcef(source, AL_GAIN, sound::asset(id).gain);
     alSource3f(source, AL_POSITION, at.x, at.y, at.z);
     alSourcePlay(source);
     return static_cast<int>(source);
