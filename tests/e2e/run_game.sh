@@ -15,6 +15,8 @@
 #   valgrind           the walk-and-fire run under valgrind: no invalid read or write anywhere
 #   no_data            settings.ini alone, no models or textures: every model is logged, and the
 #                      game runs with an empty level (the HUD still shows)
+#   sound_null         OpenAL Soft's null device: one sound line, and herding and firing play on
+#   sound_none         no audio device at all: one sound line saying so, and the game plays on
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
 scenario=$1
@@ -39,6 +41,17 @@ walk | play | valgrind)
     ln -s "$data"/*.fbx "$data"/*.tga .
     ;;
 no_settings) ;;
+sound_null | sound_none)
+    # OpenAL Soft's null backend (a device that plays into nothing), and a backend list with no
+    # real backend (no device at all): either way one line about the sound, and the game plays.
+    cp "$data/settings.ini" .
+    ln -s "$data"/*.fbx "$data"/*.tga "$data"/*.wav .
+    if [ "$scenario" = sound_null ]; then
+        export ALSOFT_DRIVERS=null
+    else
+        export ALSOFT_DRIVERS=no-such-backend
+    fi
+    ;;
 bad_files)
     cp "$data/settings.ini" .
     ln -s "$data"/*.fbx "$data"/*.tga .
@@ -122,7 +135,7 @@ if [ "$2" = valgrind ]; then
     xdotool mousemove 512 384 click 1
     sleep 10
 fi
-if [ "$2" = play ] || [ "$2" = hostile_files ]; then
+if [ "$2" = play ] || [ "$2" = hostile_files ] || [ "${2#sound_}" != "$2" ]; then
     xdotool key m
     xdotool mousemove 512 384 click 3
     sleep 1
@@ -174,7 +187,7 @@ wait $xvfb 2>/dev/null
 [ "$(cat status.txt)" = "exit:0" ] || fail "game ended as $(cat status.txt), stderr: $(cat stderr.txt)"
 first=$(head -n 1 log.txt)
 case "$scenario" in
-settings | walk | play | bad_files | hostile_files | no_data | valgrind) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
+settings | walk | play | bad_files | hostile_files | no_data | valgrind | sound_*) expected=$(sed -n 's/^G_GAMEMODESTRING=//p' "$data/settings.ini") ;;
 no_settings) expected=NULL ;;
 keys_out_of_order) expected="640x480:24@60" ;;
 esac
@@ -226,6 +239,15 @@ if [ "$scenario" = hostile_files ]; then
     for name in Flag.fbx Rocket.fbx; do
         grep -q "Model '$name' could not be imported" log.txt || fail "no log line for $name"
     done
+fi
+if [ "${scenario#sound_}" != "$scenario" ]; then
+    case "$scenario" in
+    sound_null) heard='^sound: playing on ".*" at volume [0-9]*$' ;;
+    sound_none) heard='^sound: no audio device could be opened, playing silently$' ;;
+    esac
+    [ "$(grep -c '^sound:' log.txt)" -eq 1 ] || fail "expected one sound line, got: $(grep '^sound:' log.txt)"
+    grep -q "$heard" log.txt || fail "no line '$heard'"
+    grep -q '^vector/' log.txt || fail "the game did not play (no vector/ line after m)"
 fi
 if [ "$scenario" = no_data ]; then
     # A texture is only read for a model that loaded, so the models' lines are all there is.
