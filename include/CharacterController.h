@@ -63,5 +63,8 @@ private:
     float radius_;
     Vector3D position_;
     bool collision_ = false;
+    // Stood still on the ground at the last move, which fell straight down; any placement or
+    // other move ends it.
+    bool resting_ = false;
     std::unique_ptr<btCapsuleShape, SweepShapeDeleter> sweepShape_;
 };

@@ -158,14 +158,20 @@ TEST_P(CharacterControllerRateTest, ClimbsStepsUpToTheStepOffset) {
     }
 }
 
+// Under a low ceiling the walk over level ground goes on (it needs no lift); a step that the lift
+// would clear asks for the lift, which the ceiling stops short, so the walk ends at the step.
 TEST_P(CharacterControllerRateTest, LowCeilingStopsTheLift) {
     addGround(0, 20);
     const float ceiling = kStandHeight * 2 + kSkin + 0.2f;
     addBox(Vector3D(-20, ceiling, -20), Vector3D(20, ceiling + 1, 20));
+    const float stepAt = 2.0f;
+    const float stepHeight = 0.45f;
+    addBox(Vector3D(stepAt, 0, -20), Vector3D(20, stepHeight, 20));
     CharacterController* c = standing(0, 0);
-    EXPECT_EQ(run(c, kForward, 1.0f, rate()), kHitAbove | kHitBelow);
-    EXPECT_NEAR(c->getPosition().x, kWalkFactor, 0.01f) << "walks under the ceiling";
-    expectResting(c, 0);
+    EXPECT_EQ(run(c, kForward, 1.0f, rate()), kHitSides | kHitAbove | kHitBelow);
+    EXPECT_LT(c->getPosition().x, stepAt) << "climbed the step under the ceiling";
+    EXPECT_GT(c->getPosition().x, stepAt - kRadius - kSkin) << "walks up to the step";
+    EXPECT_LT(c->getPosition().y, stepHeight + kStandHeight) << "stands on the step";
 }
 
 TEST_P(CharacterControllerRateTest, SlidesAlongAWallWalkedIntoAtAnAngle) {
@@ -258,6 +264,21 @@ TEST_F(CharacterControllerTest, ShortLevelAndCollisionFreeMoves) {
     EXPECT_EQ(moveOnce(c, Vector3D(3, -1, 0)), 0u);
     EXPECT_NEAR(c->getPosition().x, start.x + 3.5f, 0.001f) << "through the box";
     expectCapsuleFollows(c);
+}
+
+// A character standing still is not swept again, but placing it anew (a wolf carrying a sheep
+// does) wakes it: it falls from where it was put.
+TEST_F(CharacterControllerTest, StandingStillSkipsSweepsUntilPlacedAnew) {
+    addGround(0, 20);
+    CharacterController* c = standing(0, 0);
+    EXPECT_EQ(run(c, kStill, 0.5f, 60), kHitBelow);
+    expectResting(c, 0);
+    c->setPosition(c->getPosition() + Vector3D(2, 3, 0));
+    EXPECT_EQ(run(c, kStill, 0.5f, 60), kHitBelow);
+    EXPECT_NEAR(c->getPosition().x, 2.0f, 1.0e-4f);
+    expectResting(c, 0);
+    run(c, kForward, 0.2f, 60);
+    EXPECT_NEAR(c->getPosition().x, 2.0f + kWalkFactor * 0.2f, 0.01f) << "walks on";
 }
 
 TEST_F(CharacterControllerTest, StartsOverlappingAndGetsOut) {

@@ -17,6 +17,7 @@ CharacterController::~CharacterController() = default;
 
 void CharacterController::setPosition(const Vector3D& centre) {
     position_ = centre;
+    resting_ = false;
     if (capsule_ != nullptr) {
         capsule_->setGlobalPosition(centre);
     }

@@ -4,6 +4,9 @@
 // per-cycle gravity makes that a long way). Walkable ground stops the down pass where it is
 // touched, so characters stand still on slopes; steeper ground is a wall that they slide down.
 // Every object a move touches is reported once to the world's controller hit report.
+// Two cheaper moves cover most of a frame's characters: a walk that meets nothing at the height
+// it starts from needs no lift (one sideways sweep and the fall), and a character that stood
+// still on the ground and is only asked to fall again is not swept at all.
 #include "CharacterController.h"
 
 #include "ControllerHitReport.h"
@@ -13,6 +16,7 @@
 #include <btBulletDynamicsCommon.h>
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -42,6 +46,9 @@ constexpr float kSettleProbe =
 constexpr unsigned kHitSides = 1;
 constexpr unsigned kHitAbove = 2;
 constexpr unsigned kHitBelow = 4;
+
+// A move that ends this close to where it started, standing, leaves the character resting.
+constexpr float kRestDistance = 1.0e-3f;
 
 const btVector3 kUp(0, 1, 0);
 
@@ -203,6 +210,7 @@ public:
             if (walkable(hit.normal) || onWalkableEdge(hit)) {
                 landed_ = true;
                 landing_ = hit.point;
+                withinSkin_ = hit.fraction * remaining.length() < CharacterController::kSkinWidth;
                 return;
             }
             remaining = left - hit.normal * left.dot(hit.normal);
@@ -210,8 +218,12 @@ public:
     }
 
     const btVector3& position() const { return position_; }
+    // Whether the sideways pass met anything.
+    bool blockedSideways() const { return (flags_ & kHitSides) != 0; }
     // Whether the down pass came to stand on something, and where it touches that.
     bool landed() const { return landed_; }
+    // Whether it landed closer than the contact skin (the down pass cannot lift it back out).
+    bool landedWithinSkin() const { return withinSkin_; }
     const btVector3& landing() const { return landing_; }
     unsigned flags() const { return flags_; }
     const std::vector<const btCollisionObject*>& touched() const { return touched_; }
@@ -300,6 +312,7 @@ private:
     btVector3 position_;
     unsigned flags_ = 0;
     bool landed_ = false;
+    bool withinSkin_ = false;
     btVector3 landing_{0, 0, 0};
     std::vector<const btCollisionObject*> touched_;
 };
@@ -322,10 +335,35 @@ bool standsTooHigh(const Mover& mover, float ground) {
            mover.landing().y() > ground + CharacterController::kStepOffset + kStepTolerance;
 }
 
+// A walk that meets nothing at the height it starts from: the sideways pass and the fall, with
+// no lift. Where the sideways pass is blocked (a step, a wall, another character), the lift may
+// be what gets over it, and the caller moves with the lift instead; so it does where the fall
+// ends closer to the ground than the skin (a capsule that came down on a step's edge), which only
+// the lift's down pass sets right.
+std::optional<Mover> moveWithoutLift(const Mover& fresh, const btVector3& motion) {
+    const btVector3 across(motion.x(), 0, motion.z());
+    if (motion.y() > 0 || across.length() <= kMinMotion) {
+        return std::nullopt;
+    }
+    Mover flat = fresh;
+    flat.slideSideways(across);
+    if (flat.blockedSideways()) {
+        return std::nullopt;
+    }
+    flat.settle(-motion.y());
+    if (flat.landedWithinSkin()) {
+        return std::nullopt;
+    }
+    return flat;
+}
+
 // The three passes with the lift, from a capsule whose bottom is `ground` plus the skin. The
 // lift may carry the capsule onto something taller than a step; the move is then done without
 // it, where that something is a wall.
 Mover moveCapsule(const Mover& fresh, const btVector3& motion, float ground) {
+    if (std::optional<Mover> flat = moveWithoutLift(fresh, motion)) {
+        return *flat;
+    }
     const float step = CharacterController::kStepOffset;
     const float rise = std::max(motion.y(), 0.0f);
     const Mover stepped = runPasses(fresh, motion, step);
@@ -384,6 +422,13 @@ unsigned CharacterController::move(const Vector3D& displacement, unsigned active
         setPosition(position_ + displacement);
         return 0;
     }
+    // Falling only: vertical passes pass through other characters, and the level stands still,
+    // so a character resting on it would come down where it is.
+    const bool straightDown =
+        motion.y() < 0 && btVector3(motion.x(), 0, motion.z()).length() <= kMinMotion;
+    if (straightDown && resting_) {
+        return kHitBelow;
+    }
     const btVector3 start = toBullet(position_);
     const ControllerFilter filter{*world_, capsule_, activeGroups};
     const Mover fresh(filter, *sweepShape(), start);
@@ -391,6 +436,7 @@ unsigned CharacterController::move(const Vector3D& displacement, unsigned active
     const Mover result = moveCapsule(fresh, motion, ground);
     const btVector3& end = result.position();
     setPosition(Vector3D(end.x(), end.y(), end.z()));
+    resting_ = straightDown && result.landed() && (end - start).length() <= kRestDistance;
     const Touch mover{owner_, capsule_ != nullptr ? capsule_->group : ActorGroup::kNone};
     reportTouches(world_->getControllerHitReport(), mover, result.touched());
     return result.flags();
