@@ -2,19 +2,24 @@
 // batch, dead particles hidden but kept, the end in the middle of the list's walk, the look of
 // the emission, and the additive drawing.
 #include "ParticleSystem.h"
-#include "Renderer.h"
 #include "Engine.h"
 #include "List.h"
 #include "Particle.h"
 #include "PhysicsActor.h"
 #include "PhysicsFixture.h"
 #include "PhysicsWorld.h"
+#include "Renderer.h"
+#include "SphereList.h"
+#include "TestSupport.h"
 
 #include <btBulletDynamicsCommon.h>
 
 #include <GL/gl.h>
+#include <GL/glu.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -137,7 +142,7 @@ TEST_F(ParticleSystemTest, OverlappingParticlesAddUpAndTheStateIsRestored) {
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
-    glEnable(GL_CULL_FACE); // as in the game: one layer of each sphere
+    glEnable(GL_CULL_FACE);     // as in the game: one layer of each sphere
     Renderer renderer(nullptr); // the game's start-up material state
     GLfloat startAmbient[4], startDiffuse[4];
     glGetMaterialfv(GL_FRONT, GL_AMBIENT, startAmbient);
@@ -163,6 +168,91 @@ TEST_F(ParticleSystemTest, OverlappingParticlesAddUpAndTheStateIsRestored) {
         EXPECT_FLOAT_EQ(ambient[i], startAmbient[i]) << i;
         EXPECT_FLOAT_EQ(diffuse[i], startDiffuse[i]) << i;
     }
+}
+
+// A burst's glowing sphere as the game draws it (lit, coloured, added to black), at `distance`
+// straight ahead under the game's projection, with every triangle or by its size on screen.
+constexpr int kWindowWidth = 1024; // the test window's size
+constexpr int kWindowHeight = 768;
+
+std::vector<unsigned char> glowAt(float distance, bool bySize, int slices, int stacks) {
+    glViewport(0, 0, kWindowWidth, kWindowHeight);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    gluPerspective(45.0, static_cast<double>(kWindowWidth) / kWindowHeight, 1.0, 1000.0);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    const GLfloat light[4] = {70, 35, 70, 1};
+    glLightfv(GL_LIGHT1, GL_POSITION, light);
+    glEnable(GL_LIGHT1);
+    glEnable(GL_LIGHTING);
+    glEnable(GL_NORMALIZE);
+    glEnable(GL_COLOR_MATERIAL);
+    glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE);
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glColor4f(1.0f, 1.0f, 0.1f, 0.5f);
+    glTranslatef(0.3f, 0.2f, -distance);
+    const float radius = 0.4f; // a rocket burst's particle
+    if (bySize) {
+        SphereList::drawOnScreen(radius, slices, stacks);
+    } else {
+        SphereList::draw(radius, slices, stacks);
+    }
+    glDisable(GL_BLEND);
+    glDisable(GL_COLOR_MATERIAL);
+    glDisable(GL_LIGHTING);
+    return readPixels(kWindowWidth, kWindowHeight);
+}
+
+// How two pictures of a glow differ: pixels off by more than a colour step, and the glow's whole
+// light (the sum of every channel).
+struct Difference {
+    int differing = 0;
+    long lightA = 0;
+    long lightB = 0;
+};
+Difference compare(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b) {
+    constexpr int kStep = 12;
+    Difference d;
+    for (size_t i = 0; i < a.size(); i += 3) {
+        bool differs = false;
+        for (size_t c = 0; c < 3; ++c) {
+            differs = differs || std::abs(a[i + c] - b[i + c]) > kStep;
+            d.lightA += a[i + c];
+            d.lightB += b[i + c];
+        }
+        d.differing += differs ? 1 : 0;
+    }
+    return d;
+}
+
+// The radius in pixels of a burst's particle at `distance` under the game's projection.
+float pixelsAt(float distance) {
+    const float cotHalfFov = 1.0f / std::tan(22.5f * 3.1415927f / 180.0f);
+    return 0.4f * cotHalfFov * 0.5f * static_cast<float>(kWindowHeight) / distance;
+}
+
+// Particles and smoke puffs far away are drawn with fewer triangles; from close by to a few
+// pixels across, the glow must look as it does with every triangle: its outline may move by a
+// pixel (no more pixels differ than lie on it) and its light stays within a tenth. The same
+// comparison tells a coarse sphere close by from the full one, so it can see the difference.
+TEST_F(ParticleSystemTest, FarGlowsHaveFewerTrianglesAndLookTheSame) {
+    openTestWindow();
+    constexpr double kLightShare = 0.1;
+    const float twoPi = 2.0f * 3.1415927f;
+    for (float distance : {3.0f, 10.0f, 13.0f, 20.0f, 30.0f, 40.0f, 50.0f, 80.0f, 150.0f}) {
+        const float outline = twoPi * pixelsAt(distance);
+        SCOPED_TRACE("at " + std::to_string(distance) + " units");
+        const Difference d = compare(glowAt(distance, false, 12, 8), glowAt(distance, true, 12, 8));
+        ASSERT_GT(d.lightA, 0);
+        EXPECT_LE(d.differing, outline);
+        EXPECT_NEAR(d.lightB, d.lightA, kLightShare * d.lightA);
+    }
+    const Difference coarse = compare(glowAt(10.0f, false, 12, 8), glowAt(10.0f, false, 6, 4));
+    EXPECT_GT(coarse.differing, twoPi * pixelsAt(10.0f)) << "the comparison cannot tell";
 }
 
 } // namespace

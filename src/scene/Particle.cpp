@@ -60,7 +60,7 @@ void Particle::draw() {
     glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
     glColor4f(sphereColour.x, sphereColour.y, sphereColour.z,
               kBirthAlpha - (age / lifetime) / 2.0f);
-    SphereList::draw(size, kSlices, kStacks);
+    SphereList::drawOnScreen(size, kSlices, kStacks);
     glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     glDisable(GL_COLOR_MATERIAL);
     glMaterialfv(GL_FRONT, GL_AMBIENT, Renderer::kDefaultMaterialAmbient);

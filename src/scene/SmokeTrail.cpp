@@ -49,7 +49,7 @@ void SmokeTrail::draw() const {
         glColor4f(kGrey, kGrey, kGrey, kBirthAlpha * (1.0f - life));
         glPushMatrix();
         glTranslatef(puff.position.x, puff.position.y, puff.position.z);
-        SphereList::draw(kBirthRadius + kGrowth * life, kSlices, kStacks);
+        SphereList::drawOnScreen(kBirthRadius + kGrowth * life, kSlices, kStacks);
         glPopMatrix();
     }
     glPopAttrib();
