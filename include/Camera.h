@@ -32,6 +32,9 @@ public:
     // The point in window coordinates (pixels, and depth 0 to 1 in front of the eye) through the
     // current GL matrices and viewport; false when GL cannot project it.
     static bool project(const Vector3D& point, double* winX, double* winY, double* winZ);
+    // The radius in pixels that a sphere of `radius` about the current origin shows on the
+    // screen, read from the current GL matrices and viewport; infinite when the eye is inside it.
+    static float pixelRadius(float radius);
     // Whether the point is in front of (or on) what has been drawn at its pixel.
     bool isVisible(const Vector3D& point) const;
 

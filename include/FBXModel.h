@@ -14,6 +14,9 @@
 #include <string>
 #include <vector>
 
+namespace level {
+struct ModelAsset;
+}
 struct ModelAnswer;
 struct ModelRequest;
 struct ModelSource;
@@ -43,6 +46,8 @@ public:
     FBXModel(const std::string& fbxFile, const std::string& textureFile, float scale);
     // One of the preset models.
     explicit FBXModel(ModelKind kind);
+    // The model of a level asset with its texture, scale and animation.
+    explicit FBXModel(const level::ModelAsset& asset);
     // Releases the display lists, buffers and texture (the game never destroys models).
     ~FBXModel();
     FBXModel(const FBXModel&) = delete;
@@ -67,6 +72,17 @@ public:
     void draw();
     // Draws the bind pose instead of the run frames: the still pose of idle characters.
     void drawStill();
+    // Makes `model` the next coarser version of this one, shown in its place where this model
+    // shows a radius of fewer than `belowPixels` on the screen; the caller keeps ownership, and
+    // the coarser model may have a coarser one of its own.
+    void setCoarser(FBXModel* model, float belowPixels);
+    // This model, or the coarsest of its versions meant for a radius of this many pixels.
+    FBXModel* forPixels(float pixels);
+    // Whether coarser versions stand in for this model far away.
+    bool hasCoarser() const { return coarser_ != nullptr; }
+    // The radius about the model's origin that holds every vertex of its bind pose, at its
+    // drawing scale.
+    float radius() const { return boundRadius_ * scale; }
     // Switches render mode, deleting and building the lists and buffers that mode needs.
     void setRenderMode(int mode);
     // Adds seconds to the frame clock; steps at most one frame once it passes kFrameStep.
@@ -116,6 +132,8 @@ public:
     bool animated = false;
     bool vboSupported = false;
     bool textured = true;
+    // Draw calls since load, still poses included (the benchmark counts detail levels with it).
+    unsigned drawCount = 0;
     // Cleared to hide every object that shows this model (the F2 switch).
     bool visible = true;
     // Whether the model has a still pose to show while its object stands idle (skinned models).
@@ -140,12 +158,19 @@ private:
     void readPolygonTables(const std::vector<int>& sizes, const std::vector<int>& indices);
     void loadTexture();
     void buildFlatArrays();
+    void measureBound();
     void uploadTexture();
     void drawImmediate(const float* positions);
     void drawArrays(const float* positions);
     void drawBuffers();
     void streamPositions();
     void syncSettings();
+
+    // The next coarser version and the pixel radius below which it stands in.
+    FBXModel* coarser_ = nullptr;
+    float coarserBelowPixels_ = 0.0f;
+    // Distance of the farthest vertex from the origin, before scaling.
+    float boundRadius_ = 0.0f;
 
     // Frames the reader baked, kept from the import until prepareBuffersAndFrames.
     std::vector<std::vector<float>> bakedFrames_;

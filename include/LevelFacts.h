@@ -33,6 +33,19 @@ inline constexpr ModelAsset kWolf{"AniWolfRun4.fbx", "Wolf2.tga", 0.016f, true};
 inline constexpr ModelAsset kFold{"Fold.fbx", "Fold.tga", 0.01f, false};
 // A terrain the level does not load (the old preset model).
 inline constexpr ModelAsset kTerrainPreset{"TerrainOptimiert5.fbx", "Canyon1.tga", 0.01f, false};
+// Coarser versions of the sheep and the wolf, written beside each with the same skeleton, run
+// and texture: about half of its triangles. The level draws them in the character's place where
+// it shows small on the screen. The herder, never further away than the camera behind him, has
+// none.
+inline constexpr int kCoarserLevels = 1;
+inline constexpr ModelAsset kSheepCoarser[kCoarserLevels] = {
+    {"AniSheepRun2-half.fbx", kSheep.texture, kSheep.scale, true}};
+inline constexpr ModelAsset kWolfCoarser[kCoarserLevels] = {
+    {"AniWolfRun4-half.fbx", kWolf.texture, kWolf.scale, true}};
+// A character showing a radius of fewer than this many pixels is drawn at the next coarser
+// level: at 1024x768 a sheep about 16 units away, a wolf about 45 (the level of detail test
+// compares each with full detail where it takes over).
+inline constexpr float kCoarserBelowPixels[kCoarserLevels] = {40.0f};
 // While rockets fly, the level draws the rocket model at this scale instead of its own.
 inline constexpr float kRocketFlightScale = 0.003f;
 

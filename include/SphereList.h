@@ -16,8 +16,4 @@ public:
     // The same sphere with at most `slices` x `stacks`, fewer the smaller it shows under the
     // current modelview, projection and viewport; a sphere the eye is inside of gets the most.
     static void drawOnScreen(float radius, int slices, int stacks);
-
-    // The radius in pixels that a sphere of `radius` about the current origin shows on the
-    // screen (read from the current GL matrices and viewport).
-    static float pixelRadius(float radius);
 };

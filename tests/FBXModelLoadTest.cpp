@@ -43,7 +43,7 @@ class FBXModelDataFolderTest : public FBXModelLoadTest,
 TEST_P(FBXModelDataFolderTest, LoadsWithConsistentArraysTextureAndLog) {
     const GeneratedFile& c = GetParam();
     const level::ModelAsset& asset = *c.asset;
-    auto model = c.preset < 0 ? std::make_unique<FBXModel>(asset.file, asset.texture, asset.scale)
+    auto model = c.preset < 0 ? std::make_unique<FBXModel>(asset)
                               : std::make_unique<FBXModel>(static_cast<ModelKind>(c.preset));
     const FBXModel& m = *model;
     EXPECT_EQ(m.textureFile, asset.texture);

@@ -33,6 +33,8 @@ inline const GeneratedFile kGeneratedFiles[] = {
     {"Canyon", &level::kCanyon, 20000, -1},
     {"PowerPlant", &level::kPowerPlant, 8000, -1},
     {"Wolf", &level::kWolf, 3000, int(ModelKind::Wolf)},
+    {"SheepHalf", &level::kSheepCoarser[0], 1200, -1},
+    {"WolfHalf", &level::kWolfCoarser[0], 800, -1},
     {"TerrainPreset", &level::kTerrainPreset, 50000, int(ModelKind::Terrain)},
     {"Fold", &level::kFold, 1000, -1},
 };

@@ -11,6 +11,7 @@
 #include "InputManager.h"
 #include "LevelFixture.h"
 #include "LevelMeshes.h"
+#include "LevelFacts.h"
 #include "List.h"
 #include "Object3D.h"
 #include "ParticleSystem.h"
@@ -60,7 +61,8 @@ TEST_F(SceneTest, LevelIsBuiltInItsOrder) {
     }
     EXPECT_FALSE(scene_->getFlag()->visible) << "the flag waits for the first herd command";
     EXPECT_EQ(scene_->getWolfCount(), 0);
-    ASSERT_EQ(scene_->getModels().size(), 10u);
+    // The level's ten models, then two coarser versions each of the sheep and the wolf.
+    ASSERT_EQ(scene_->getModels().size(), 10u + 2u * level::kCoarserLevels);
     EXPECT_EQ(scene_->getModels()[0], scene_->getBallModel());
     for (FBXModel* model : scene_->getModels()) {
         EXPECT_GT(model->vertexCount, 0);

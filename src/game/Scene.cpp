@@ -77,6 +77,30 @@ void Scene::init() {
     fpsClock_ = 0.0f;
 }
 
+namespace {
+
+// The characters that show far away, with their coarser versions, in the order they load.
+struct CharacterDetail {
+    const level::ModelAsset& full;
+    const level::ModelAsset* coarser;
+};
+const CharacterDetail kCharacterDetail[] = {{level::kSheep, level::kSheepCoarser},
+                                            {level::kWolf, level::kWolfCoarser}};
+
+// Loads a character's coarser versions, each standing in for the one before it, and adds them
+// to the level's models, so that they take every render mode and animate in step.
+void loadCoarser(FBXModel* full, const CharacterDetail& character, std::vector<FBXModel*>& models) {
+    FBXModel* finer = full;
+    for (int detail = 0; detail < level::kCoarserLevels; ++detail) {
+        FBXModel* coarser = new FBXModel(character.coarser[detail]);
+        finer->setCoarser(coarser, level::kCoarserBelowPixels[detail]);
+        models.push_back(coarser);
+        finer = coarser;
+    }
+}
+
+} // namespace
+
 void Scene::loadModels() {
     // The files in the order they are loaded below, for the reader to work ahead on.
     std::vector<ModelRequest> files;
@@ -84,6 +108,11 @@ void Scene::loadModels() {
          {&level::kTestSphere, &level::kHerder, &level::kSheep, &level::kFlag, &level::kRocket,
           &level::kTerrain, &level::kSky, &level::kCanyon, &level::kPowerPlant, &level::kWolf}) {
         files.push_back({asset->file, asset->animated});
+    }
+    for (const CharacterDetail& character : kCharacterDetail) {
+        for (int detail = 0; detail < level::kCoarserLevels; ++detail) {
+            files.push_back({character.coarser[detail].file, character.coarser[detail].animated});
+        }
     }
     if (Engine::getInstance()->rules->showsFold()) {
         files.push_back({level::kFold.file, level::kFold.animated});
@@ -101,6 +130,9 @@ void Scene::loadModels() {
     wolfModel_ = new FBXModel(ModelKind::Wolf);
     models_ = {ballModel_, herder, sheep,  flagModel_, rocketModel_,
                terrain,    sky,    canyon, plant,      wolfModel_};
+    // The coarser versions follow the level's ten models.
+    loadCoarser(sheep, kCharacterDetail[0], models_);
+    loadCoarser(wolfModel_, kCharacterDetail[1], models_);
 }
 
 FBXModel* Scene::loadPiece(const level::ModelAsset& asset) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 // Depth tolerance of isVisible: a point this close behind the stored depth still counts.
 static constexpr double kDepthTolerance = 0.001;
@@ -65,4 +66,21 @@ bool Camera::isVisible(const Vector3D& point) const {
     glReadPixels(static_cast<GLint>(winX), static_cast<GLint>(winY), 1, 1, GL_DEPTH_COMPONENT,
                  GL_FLOAT, &depth);
     return winZ <= depth + kDepthTolerance;
+}
+
+float Camera::pixelRadius(float radius) {
+    GLfloat view[16];
+    GLfloat projection[16];
+    GLint viewport[4];
+    glGetFloatv(GL_MODELVIEW_MATRIX, view);
+    glGetFloatv(GL_PROJECTION_MATRIX, projection);
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    // The modelview may scale: its first column's length is the scale of a radius.
+    const float scale = std::sqrt(view[0] * view[0] + view[1] * view[1] + view[2] * view[2]);
+    const float eyeRadius = radius * scale;
+    const float depth = -view[14];
+    if (depth <= eyeRadius) {
+        return std::numeric_limits<float>::infinity();
+    }
+    return eyeRadius * projection[5] * 0.5f * static_cast<float>(viewport[3]) / depth;
 }

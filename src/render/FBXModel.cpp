@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -105,14 +106,15 @@ FBXModel::FBXModel(const std::string& fbxFile, const std::string& textureFile, f
     this->scale = scale;
 }
 
+FBXModel::FBXModel(ModelKind kind) : FBXModel(presetOf(kind)) {}
+
 // `animated` is set before loading, so that the frames are baked, and again after it.
-FBXModel::FBXModel(ModelKind kind) : FBXModel() {
-    const Preset& preset = presetOf(kind);
-    textureFile = preset.texture;
-    animated = preset.animated;
-    loadModel(preset.file);
-    animated = preset.animated;
-    scale = preset.scale;
+FBXModel::FBXModel(const level::ModelAsset& asset) : FBXModel() {
+    textureFile = asset.texture;
+    animated = asset.animated;
+    loadModel(asset.file);
+    animated = asset.animated;
+    scale = asset.scale;
 }
 
 bool FBXModel::isolateImport = true;
@@ -216,6 +218,7 @@ void FBXModel::useImport(ModelAnswer& imported) {
     }
     bakedFrames_ = std::move(imported.frames);
     buildFlatArrays();
+    measureBound();
     Logfile::writeValue(vertexCount);
     Logfile::appendLine("loading model 2");
     uploadTexture();
@@ -261,6 +264,16 @@ void FBXModel::buildFlatArrays() {
             }
         }
     }
+}
+
+// The bound is taken once the arrays hold the bind pose; the run frames stay close to it.
+void FBXModel::measureBound() {
+    float farthest = 0.0f;
+    for (size_t i = 0; i + 2 < vertices.size(); i += 3) {
+        farthest = std::max(farthest, vertices[i] * vertices[i] + vertices[i + 1] * vertices[i + 1] +
+                                          vertices[i + 2] * vertices[i + 2]);
+    }
+    boundRadius_ = std::sqrt(farthest);
 }
 
 // Reads textureFile into textureImage as 24-bit BGR, bottom row first and left to right, the

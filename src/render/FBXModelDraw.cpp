@@ -141,10 +141,24 @@ void FBXModel::syncSettings() {
     }
 }
 
+void FBXModel::setCoarser(FBXModel* model, float belowPixels) {
+    coarser_ = model;
+    coarserBelowPixels_ = belowPixels;
+}
+
+FBXModel* FBXModel::forPixels(float pixels) {
+    FBXModel* shown = this;
+    while (shown->coarser_ != nullptr && pixels < shown->coarserBelowPixels_) {
+        shown = shown->coarser_;
+    }
+    return shown;
+}
+
 void FBXModel::draw() {
     if (!visible || vertexCount == 0) {
         return;
     }
+    ++drawCount;
     syncSettings();
     int mode = renderMode;
     if (mode == kBufferObjects && !buffersCreated) {
@@ -174,6 +188,7 @@ void FBXModel::drawStill() {
     if (!visible || vertexCount == 0) {
         return;
     }
+    ++drawCount;
     const bool wasAnimated = animated;
     const int frame = currentFrame;
     animated = false;

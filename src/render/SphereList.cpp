@@ -2,11 +2,12 @@
 // tessellation of a sphere drawn on screen follows its size there.
 #include "SphereList.h"
 
+#include "Camera.h"
+
 #include <GL/freeglut.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <map>
 #include <utility>
 
@@ -40,23 +41,6 @@ void SphereList::draw(float radius, int slices, int stacks) {
     glPopMatrix();
 }
 
-float SphereList::pixelRadius(float radius) {
-    GLfloat view[16];
-    GLfloat projection[16];
-    GLint viewport[4];
-    glGetFloatv(GL_MODELVIEW_MATRIX, view);
-    glGetFloatv(GL_PROJECTION_MATRIX, projection);
-    glGetIntegerv(GL_VIEWPORT, viewport);
-    // The modelview may scale: its first column's length is the scale of a radius.
-    const float scale = std::sqrt(view[0] * view[0] + view[1] * view[1] + view[2] * view[2]);
-    const float eyeRadius = radius * scale;
-    const float depth = -view[14];
-    if (depth <= eyeRadius) {
-        return std::numeric_limits<float>::infinity();
-    }
-    return eyeRadius * projection[5] * 0.5f * static_cast<float>(viewport[3]) / depth;
-}
-
 // The share of its circle that a polygon of n sides inscribed in it covers.
 static float inscribedShare(int sides) {
     const float angle = 2.0f * 3.1415927f / static_cast<float>(sides);
@@ -75,7 +59,7 @@ static void drawCoarser(float radius, int slices, int stacks, int fewerSlices, i
 }
 
 void SphereList::drawOnScreen(float radius, int slices, int stacks) {
-    const float pixels = pixelRadius(radius);
+    const float pixels = Camera::pixelRadius(radius);
     if (pixels < kSmallPixels) {
         drawCoarser(radius, slices, stacks, kSmallSlices, kSmallStacks);
     } else if (pixels < kMiddlePixels) {

@@ -2,6 +2,7 @@
 // culling against the view frustum, and free flight for objects without a body.
 #include "Object3D.h"
 
+#include "Camera.h"
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
@@ -193,10 +194,13 @@ void Object3D::draw() {
     if (model == nullptr) {
         return;
     }
-    model->apply(materialFace);
-    if (staticPose && model->hasStillPose) {
-        model->drawStill();
+    // The placement is on the modelview now, so the model's size on the screen can be read.
+    FBXModel* shown =
+        model->hasCoarser() ? model->forPixels(Camera::pixelRadius(model->radius())) : model;
+    shown->apply(materialFace);
+    if (staticPose && shown->hasStillPose) {
+        shown->drawStill();
     } else {
-        model->draw();
+        shown->draw();
     }
 }

@@ -3,6 +3,9 @@
 #include "Characters.h"
 #include "MeshSimplify.h"
 
+#include <array>
+#include <map>
+
 namespace assets {
 
 static constexpr float kPi = 3.14159265f;
@@ -11,6 +14,12 @@ static constexpr float kPi = 3.14159265f;
 // triangles where that moves the surface by no more than this share of the character's size.
 static constexpr float kCharacterTriangleShare = 0.5f;
 static constexpr float kCharacterRelativeError = 0.005f;
+// The coarser version, drawn where the character shows small: half the shipped triangles,
+// moving the surface by no more than this share of the character's size. (A sixth was tried: to
+// get there the simplifier had to cross texture seams, which turned the sheep's black face white,
+// and without crossing them it kept nearly half the triangles and darkened the wolf.)
+static constexpr float kCoarserTriangleShare[level::kCoarserLevels] = {0.5f};
+static constexpr float kCoarserRelativeError[level::kCoarserLevels] = {0.03f};
 
 aiQuaternion turn(const aiVector3D& axis, float degrees) {
     return aiQuaternion(axis, degrees * kPi / 180.0f);
@@ -38,6 +47,51 @@ static void simplifyCharacter(AssetMesh& mesh, const char* file) {
     simplifyFor(mesh, Detail::kShipped, budget, file);
 }
 
+// Gouraud shading over fewer, larger triangles darkens a character: the simplifier keeps the
+// vertices on creases, whose normals face away from the light. Each vertex of the coarser mesh
+// takes the area-weighted normal of the triangles around its place instead (texture seams split
+// vertices, not the surface, so vertices at one place share it). Keeping hard edges, by leaving
+// out triangles that face far from a vertex's own normal, was tried: the wolf came out darker.
+static void smoothNormals(AssetMesh& mesh) {
+    std::map<std::array<float, 3>, aiVector3D> atPlace;
+    auto key = [&](uint32_t v) {
+        const aiVector3D& p = mesh.positions[v];
+        return std::array<float, 3>{p.x, p.y, p.z};
+    };
+    for (const auto& t : mesh.triangles) {
+        const aiVector3D& a = mesh.positions[t[0]];
+        const aiVector3D face = (mesh.positions[t[1]] - a) ^ (mesh.positions[t[2]] - a);
+        for (uint32_t v : t) {
+            atPlace[key(v)] += face;
+        }
+    }
+    for (uint32_t v = 0; v < mesh.positions.size(); ++v) {
+        aiVector3D n = atPlace[key(v)];
+        if (n.SquareLength() > 0.0f) {
+            mesh.normals[v] = n.NormalizeSafe();
+        }
+    }
+}
+
+// Each coarser version starts from the shipped mesh, so its kept vertices are the shipped ones
+// with their skin weights and texture coordinates.
+static bool writeCoarser(const std::string& dir, const CharacterSpec& character,
+                         const ModelFile& shipped) {
+    const size_t triangles = shipped.mesh.triangleCount();
+    for (int detail = 0; character.coarser != nullptr && detail < level::kCoarserLevels; ++detail) {
+        ModelFile coarser = shipped;
+        const SimplifyBudget budget{
+            static_cast<size_t>(static_cast<float>(triangles) * kCoarserTriangleShare[detail]),
+            kCoarserRelativeError[detail] * meshScale(coarser.mesh)};
+        simplifyFor(coarser.mesh, Detail::kShipped, budget, character.coarser[detail].file);
+        smoothNormals(coarser.mesh);
+        if (!exportFbx(coarser, dir + "/" + character.coarser[detail].file)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool writeCharacter(const std::string& dir, const CharacterSpec& character) {
     ModelFile model;
     model.nodeName = character.nodeName;
@@ -47,7 +101,8 @@ bool writeCharacter(const std::string& dir, const CharacterSpec& character) {
     character.addParts(model, atlas);
     simplifyCharacter(model.mesh, character.asset.file);
     model.take = makeLoopTake(character.takeName, model.bones.size(), character.runPose);
-    return writeModel(dir, character.asset.file, model, atlas.finish(), false);
+    return writeModel(dir, character.asset.file, model, atlas.finish(), false) &&
+           writeCoarser(dir, character, model);
 }
 
 } // namespace assets

@@ -113,6 +113,8 @@ void addPart(ModelFile& model, AtlasPainter& atlas, const AssetMesh& part,
 // One character: its files, node and take names, atlas, skeleton, parts and run.
 struct CharacterSpec {
     const level::ModelAsset& asset;
+    // The coarser versions (level::kCoarserLevels of them), or none.
+    const level::ModelAsset* coarser;
     const char* nodeName;
     const char* takeName;
     int atlasSize;
@@ -123,7 +125,8 @@ struct CharacterSpec {
     PoseFunction runPose;
 };
 
-// Writes the character's model with its painted atlas and its looping run take.
+// Writes the character's model with its painted atlas and its looping run take, then its coarser
+// versions with the same skeleton, take and texture.
 bool writeCharacter(const std::string& dir, const CharacterSpec& character);
 
 } // namespace assets

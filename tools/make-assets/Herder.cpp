@@ -327,8 +327,8 @@ bool writeHerder(const std::string& dir) {
         addHead(model, atlas, r);
     };
     auto run = [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); };
-    return writeCharacter(
-        dir, {level::kHerder, "Brannic", "BrannicRun", kAtlasSize, kShirt, r.bones, parts, run});
+    return writeCharacter(dir, {level::kHerder, nullptr, "Brannic", "BrannicRun",
+                                kAtlasSize, kShirt, r.bones, parts, run});
 }
 
 } // namespace assets

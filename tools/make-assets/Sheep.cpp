@@ -249,8 +249,8 @@ bool writeSheep(const std::string& dir) {
         addLegs(model, atlas, r);
     };
     auto run = [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); };
-    return writeCharacter(
-        dir, {level::kSheep, "Sheep", "SheepRun", kAtlasSize, kWool, r.bones, parts, run});
+    return writeCharacter(dir, {level::kSheep, level::kSheepCoarser, "Sheep", "SheepRun",
+                                kAtlasSize, kWool, r.bones, parts, run});
 }
 
 } // namespace assets

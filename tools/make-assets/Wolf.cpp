@@ -263,8 +263,8 @@ bool writeWolf(const std::string& dir) {
         addLegs(model, atlas, r);
     };
     auto run = [&r](float phase, std::vector<BonePose>& poses) { runPose(r, phase, poses); };
-    return writeCharacter(
-        dir, {level::kWolf, "Wolf", "WolfRun", kAtlasSize, kGrey, r.bones, parts, run});
+    return writeCharacter(dir, {level::kWolf, level::kWolfCoarser, "Wolf", "WolfRun", kAtlasSize,
+                                kGrey, r.bones, parts, run});
 }
 
 } // namespace assets
