@@ -2,7 +2,7 @@
 // The head is a full member (drawn and updated like any other node); the list never owns nodes.
 #pragma once
 
-class Node;
+#include "Node.h"
 
 class List {
 public:
@@ -15,8 +15,9 @@ public:
     int count() const;
     // The node i steps after the head, or null when the walk returns to the head first.
     Node* getAt(int i) const;
-    // Draws every visible 3D node in ring order, each inside its own modelview push/pop; the
-    // overlays wait for drawOverlays, so that nothing of the scene can cover them.
+    // Draws every visible 3D node, layer by layer (solid, sky, blended) and in ring order within
+    // a layer, each inside its own modelview push/pop; the overlays wait for drawOverlays, so
+    // that nothing of the scene can cover them.
     void drawAll();
     // Draws every visible overlay node (window-pixel 2D) in ring order, the same way.
     void drawOverlays();
@@ -28,6 +29,6 @@ public:
     Node* head() const { return head_; }
 
 private:
-    void drawPass(bool overlays);
+    void drawPass(Layer layer);
     Node* head_;
 };

@@ -4,6 +4,11 @@
 
 #include <string>
 
+// What a node draws, in the order a frame draws it: solid geometry first, then the sky dome
+// (where solid geometry covers it, the depth test rejects its pixels before they are shaded),
+// then what blends with what lies behind it (it needs the sky drawn), then window-pixel 2D.
+enum class Layer { kSolid, kSky, kBlended, kOverlay };
+
 class Node {
 public:
     Node();
@@ -16,8 +21,6 @@ public:
     virtual void draw() {}
     // Advances the node by dt seconds; called by List::updateAll.
     virtual void update(float dt) { (void)dt; }
-    // Whether the node draws in window pixels over the scene (drawn after every 3D node).
-    virtual bool isOverlay() const { return false; }
     // Takes the node out of its ring (the neighbours close ranks); it is a ring of one after.
     void unlink();
 
@@ -25,6 +28,8 @@ public:
     Node* prev = nullptr;
     Node* next = nullptr;
     bool visible = true;
+    // When the frame draws the node.
+    Layer layer = Layer::kSolid;
     // Whether the level's update moves this object's controller (scene objects only).
     bool active = false;
 };

@@ -6,13 +6,12 @@
 
 class Object2D : public Node {
 public:
-    Object2D() = default;
-    Object2D(int x, int y) : x(x), y(y) {}
+    Object2D() { layer = Layer::kOverlay; }
+    Object2D(int x, int y) : x(x), y(y) { layer = Layer::kOverlay; }
 
     // Sets the raster position to (x, y).
     void draw() override;
     void update(float dt) override { (void)dt; }
-    bool isOverlay() const override { return true; }
 
     // Lighting and depth testing off, orthographic projection of the window, identity modelview.
     // Pairs with end2D; pairs may nest.

@@ -3,6 +3,7 @@
 // with every sampled triangle; a far coarser simplification, which visibly loses shape, must not,
 // so the comparison is known to tell the difference.
 #include "FBXModel.h"
+#include "HUD.h"
 #include "LevelFacts.h"
 #include "LevelMeshes.h"
 #include "List.h"
@@ -34,6 +35,8 @@ constexpr int kChannelTolerance = 25;
 // The worst view is in the canyon, whose walls fill most of the screen (about 3.5%; the open
 // views differ in under 1%). A coarse level that loses shape differs in 10% to 50%.
 constexpr double kShippedLimit = 0.05;
+// Drawing order alone may change only pixels where two surfaces tie in depth.
+constexpr double kSameLimit = 0.0005;
 
 // Where the herder stands and which way he faces.
 struct Viewpoint {
@@ -62,8 +65,10 @@ protected:
         sky_ = load(HERDER_DATA_DIR, level::kSky);
     }
 
-    // The level with its terrain and canyon written at this detail, seen from every viewpoint.
-    std::vector<Image> render(assets::Detail detail, const std::string& folder) {
+    // The level with its terrain and canyon written at this detail, seen from every viewpoint,
+    // with the sky drawn in the given layer.
+    std::vector<Image> render(assets::Detail detail, const std::string& folder,
+                              Layer skyLayer = Layer::kSolid) {
         std::filesystem::create_directory(folder);
         EXPECT_TRUE(assets::writeTerrain(folder, detail));
         EXPECT_TRUE(assets::writeCanyon(folder, detail));
@@ -74,6 +79,7 @@ protected:
         place(pieces[0], terrain.get(), level::kTerrainPlacement);
         place(pieces[1], sky_.get(), level::kSkyPlacement);
         pieces[1].materialFace = GL_FRONT_AND_BACK;
+        pieces[1].layer = skyLayer;
         place(pieces[2], canyon.get(), level::kCanyonPlacement);
         place(pieces[3], plant_.get(), level::kPowerPlantPlacement);
         for (Object3D& piece : pieces) {
@@ -166,6 +172,17 @@ TEST_F(LevelDetailTest, ShippedLevelLooksLikeTheFullOneFromFivePlaces) {
         coarseWorst = std::max(coarseWorst, differingShare(full[i], coarse[i]));
     }
     EXPECT_GT(coarseWorst, 2.0 * kShippedLimit) << "the comparison cannot see a coarse level";
+}
+
+// The level draws its sky after the solid pieces, so that the depth test rejects the dome's
+// pixels behind the ground before they are shaded; the picture must not change.
+TEST_F(LevelDetailTest, SkyDrawnAfterTheGroundChangesNoPixel) {
+    HUD::getInstance()->visible = false; // its clock text differs from run to run
+    const std::vector<Image> skyFirst = render(assets::Detail::kShipped, "sky-first");
+    const std::vector<Image> skyLast = render(assets::Detail::kShipped, "sky-last", Layer::kSky);
+    for (size_t i = 0; i < skyFirst.size(); ++i) {
+        EXPECT_LT(differingShare(skyFirst[i], skyLast[i]), kSameLimit) << kViewpoints[i].name;
+    }
 }
 
 } // namespace

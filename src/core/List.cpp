@@ -51,21 +51,23 @@ Node* List::getAt(int i) const {
 }
 
 void List::drawAll() {
-    drawPass(false);
+    for (Layer layer : {Layer::kSolid, Layer::kSky, Layer::kBlended}) {
+        drawPass(layer);
+    }
 }
 
 void List::drawOverlays() {
-    drawPass(true);
+    drawPass(Layer::kOverlay);
 }
 
-void List::drawPass(bool overlays) {
+void List::drawPass(Layer layer) {
     Node* p = head_;
     do {
-        glPushMatrix();
-        if (p->visible && p->isOverlay() == overlays) {
+        if (p->visible && p->layer == layer) {
+            glPushMatrix();
             p->draw();
+            glPopMatrix();
         }
-        glPopMatrix();
         p = p->next;
     } while (p != head_ && p != nullptr);
 }

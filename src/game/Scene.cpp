@@ -168,6 +168,7 @@ void Scene::placeScenery() {
     sky->setModel(models_[6]);
     sky->setPosition(level::kSkyPlacement.position);
     sky->materialFace = GL_FRONT_AND_BACK;
+    sky->layer = Layer::kSky;
     append(sky);
     append(scenery("canyon1", models_[7], ActorGroup::kCanyon, level::kCanyonPlacement));
     Object3D* plant =

@@ -24,6 +24,7 @@ Particle::Particle(const Vector3D& position, float lifetime, const Vector3D& ini
                    float size, const Vector3D& colour)
     : size(size), sphereColour(colour), lifetime(lifetime), initialVelocity(initialVelocity) {
     this->position = position;
+    layer = Layer::kBlended;
     cullRadius = kCullRadius;
     createCapsuleActor(kBodyHeight, kBodyRadius);
     if (actor != nullptr) {

@@ -30,8 +30,10 @@ static constexpr float kBurstParticleSize = 0.4f;
 static const Vector3D kBurstBaseVelocity(0.0f, 0.2f, 0.0f);
 static const Vector3D kBurstColour(1.0f, 1.0f, 0.1f);
 
+// A rocket draws its smoke trail, which blends with the sky behind it.
 Rocket::Rocket(List* sceneList) : sceneList(sceneList) {
     type = kRocket;
+    layer = Layer::kBlended;
 }
 
 void Rocket::launch(const Vector3D& force) {
