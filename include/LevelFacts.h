@@ -43,9 +43,9 @@ inline constexpr ModelAsset kSheepCoarser[kCoarserLevels] = {
 inline constexpr ModelAsset kWolfCoarser[kCoarserLevels] = {
     {"AniWolfRun4-half.fbx", kWolf.texture, kWolf.scale, true}};
 // A character showing a radius of fewer than this many pixels is drawn at the next coarser
-// level: at 1024x768 a sheep about 16 units away, a wolf about 45 (the level of detail test
-// compares each with full detail where it takes over).
-inline constexpr float kCoarserBelowPixels[kCoarserLevels] = {40.0f};
+// level: at 1024x768 a sheep about 7 units beyond the herder, a wolf about 20 (the level of
+// detail test compares each with full detail where it takes over and farther).
+inline constexpr float kCoarserBelowPixels[kCoarserLevels] = {80.0f};
 // While rockets fly, the level draws the rocket model at this scale instead of its own.
 inline constexpr float kRocketFlightScale = 0.003f;
 

@@ -26,10 +26,11 @@ namespace {
 constexpr int kWidth = 1024;
 constexpr int kHeight = 768;
 // Where it takes over and farther, a coarser version may move this share of the character's
-// outline by more than a pixel, and its mean colour by this many steps of 255 (3%: the wolf's
-// smaller triangles spread its texture's dark stripes a little differently).
+// outline by more than a pixel, and its mean colour by this many steps of 255 (4%: the wolf's
+// thin legs lose a little of their light cross-section with fewer sides, which shows most in
+// its mean colour where it is a few dozen pixels long).
 constexpr double kOutlineLimit = 0.03;
-constexpr double kMeanColourLimit = 8.0;
+constexpr double kMeanColourLimit = 10.0;
 // Degrees of a turn that the comparison must see.
 constexpr float kTurnSeen = 30.0f;
 // The search for a switching distance stops when the bracket is this much of the distance.
