@@ -281,6 +281,68 @@ CycleTimes panCycles(Engine* engine, float degrees, int frames) {
     return total;
 }
 
+// The level's sky dome, found by its drawing layer.
+Node* skyOf(const Scene* scene) {
+    for (int i = 0; i < scene->getSceneList()->count(); ++i) {
+        Node* node = scene->getSceneList()->getAt(i);
+        if (node != nullptr && node->layer == Layer::kSky) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+// Normal play again with the sky drawn among the solid pieces, before the ground (as it was
+// drawn before the frame had layers): what drawing it last saves, in the same run.
+void benchSkyFirst(Engine* engine, Scene* scene, double ceiling) {
+    Node* sky = skyOf(scene);
+    if (sky == nullptr) {
+        return;
+    }
+    sky->layer = Layer::kSolid;
+    printScene("normal play, the sky drawn before the ground", playCycles(engine, kMeasuredFrames),
+               ceiling);
+    sky->layer = Layer::kSky;
+}
+
+// The characters' models and their coarser versions: the level's sheep and wolf (models 2 and 9)
+// and their versions after the ten.
+struct DetailChains {
+    std::vector<FBXModel*> full;
+    std::vector<FBXModel*> coarser;
+};
+DetailChains chainsOf(const Scene* scene) {
+    const std::vector<FBXModel*>& models = scene->getModels();
+    DetailChains chains;
+    if (models.size() >= 12) {
+        chains.full = {models[2], models[9]};
+        chains.coarser = {models[10], models[11]};
+    }
+    return chains;
+}
+
+// The wolves' draws at full detail and at half detail during `frames` cycles, per frame.
+CycleTimes countedCycles(Engine* engine, int frames, const DetailChains& chains, double* half) {
+    const unsigned before = chains.coarser.empty() ? 0u : chains.coarser[1]->drawCount;
+    const CycleTimes t = playCycles(engine, frames);
+    const unsigned after = chains.coarser.empty() ? 0u : chains.coarser[1]->drawCount;
+    *half = static_cast<double>(after - before) / frames;
+    return t;
+}
+
+// The same scene with every character at full detail: what the coarser versions save.
+void benchFullDetail(Engine* engine, Scene* scene, const std::string& name, double ceiling) {
+    const DetailChains chains = chainsOf(scene);
+    for (FBXModel* model : chains.full) {
+        model->setCoarser(nullptr, 0.0f);
+    }
+    printScene(name + ", every character at full detail", playCycles(engine, kMeasuredFrames),
+               ceiling);
+    for (size_t i = 0; i < chains.full.size(); ++i) {
+        chains.full[i]->setCoarser(chains.coarser[i], level::kCoarserBelowPixels[0]);
+    }
+}
+
 // Turns the herder (and so the camera behind him) to face the point.
 void face(Object3D* herder, const Vector3D& point) {
     const Vector3D d = point + herder->getPosition() * -1.0f;
@@ -305,6 +367,7 @@ void benchGame(Engine* engine, Scene* scene, double ceiling, bool normalOnly) {
     scene->spawnWolf();
     playCycles(engine, kWarmUpFrames);
     printScene("normal play: 6 sheep, 2 wolves", playCycles(engine, kMeasuredFrames), ceiling);
+    benchSkyFirst(engine, scene, ceiling);
     if (normalOnly) {
         printCpuRows();
         return;
@@ -325,7 +388,11 @@ void benchGame(Engine* engine, Scene* scene, double ceiling, bool normalOnly) {
     }
     face(herder, Vector3D(-5, 0, -20));
     playCycles(engine, kWarmUpFrames);
-    printScene("30 wolves", playCycles(engine, kMeasuredFrames), ceiling);
+    double half = 0.0;
+    const CycleTimes wolves = countedCycles(engine, kMeasuredFrames, chainsOf(scene), &half);
+    printScene("30 wolves (" + std::to_string(static_cast<int>(half + 0.5)) + " at half detail)",
+               wolves, ceiling);
+    benchFullDetail(engine, scene, "30 wolves", ceiling);
     explode(engine, scene, 3);
     explode(engine, scene, 3);
     printScene("30 wolves, six explosions (" + std::to_string(particlesIn(scene)) + " particles)",
