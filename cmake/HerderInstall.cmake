@@ -28,6 +28,23 @@ file(RELATIVE_PATH HERDER_LAUNCHER_TO_GAME /prefix/${HERDER_INSTALL_BINDIR}
      /prefix/${HERDER_INSTALL_GAMEDIR})
 file(RELATIVE_PATH HERDER_LAUNCHER_TO_DATA /prefix/${HERDER_INSTALL_BINDIR}
      /prefix/${HERDER_INSTALL_DATADIR})
+# The launcher's --window checks the sizes the game takes: read from the game's own header.
+file(STRINGS ${CMAKE_SOURCE_DIR}/include/WindowOption.h HERDER_WINDOW_FACTS
+     REGEX "static constexpr")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+             ${CMAKE_SOURCE_DIR}/include/WindowOption.h)
+foreach(fact ${HERDER_WINDOW_FACTS})
+    if(fact MATCHES "int k([A-Za-z]+) = ([0-9]+);")
+        set(HERDER_WINDOW_${CMAKE_MATCH_1} ${CMAKE_MATCH_2})
+    elseif(fact MATCHES "kVariable = \"([A-Z_]+)\";")
+        set(HERDER_WINDOW_VARIABLE ${CMAKE_MATCH_1})
+    endif()
+endforeach()
+foreach(fact VARIABLE DefaultWidth DefaultHeight MinWidth MinHeight MaxSide)
+    if(NOT DEFINED HERDER_WINDOW_${fact})
+        message(FATAL_ERROR "include/WindowOption.h no longer names its ${fact}")
+    endif()
+endforeach()
 execute_process(COMMAND date -R -u -d "${HERDER_RELEASE_DATE} 12:00"
                 OUTPUT_VARIABLE HERDER_CHANGELOG_DATE OUTPUT_STRIP_TRAILING_WHITESPACE
                 COMMAND_ERROR_IS_FATAL ANY)
