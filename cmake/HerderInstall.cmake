@@ -1,4 +1,6 @@
-# Installation in Debian's games layout and the .deb package built from it.
+# Installation in Debian's games layout and the two .deb packages built from it, split as
+# Debian's games are: `herder` (program, launcher, menu entry, icons, manual page, metainfo) and
+# the architecture-independent `herder-data` (models, textures, sounds, default settings).
 #   <prefix>/games/herder             the launcher: runs the game in the player's own folder
 #   <prefix>/lib/games/herder/herder  the game program
 #   <prefix>/share/games/herder       the generated content and the default settings.ini
@@ -6,12 +8,18 @@
 # and the package's copyright and changelog. The launcher finds program and data relative to
 # itself, so any prefix works: `cmake --install` defaults to /usr/local, the package uses /usr.
 
-set(HERDER_VERSION 0.1.0)
+set(HERDER_VERSION ${PROJECT_VERSION})
 set(HERDER_RELEASE_DATE 2026-11-23)
-set(HERDER_MAINTAINER "The Herder developers <herder@example.org>")
-set(HERDER_HOMEPAGE "https://herder.example.org/" CACHE STRING "Home page named in the package")
-set(HERDER_SCREENSHOT_URL "${HERDER_HOMEPAGE}play.png" CACHE STRING
-    "Where software centres fetch the picture of play (docs/play.png)")
+# Whoever builds a package maintains it: named the way Debian's own tools (dch, debmake) take it.
+# Without DEBFULLNAME and DEBEMAIL the field names the project alone: we have no address of our
+# own to give, and an invented one would send mail nowhere.
+if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
+    set(HERDER_MAINTAINER_DEFAULT "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
+else()
+    set(HERDER_MAINTAINER_DEFAULT "The Herder developers")
+endif()
+set(HERDER_MAINTAINER ${HERDER_MAINTAINER_DEFAULT} CACHE STRING
+    "Maintainer of the packages built here: Name <address>")
 set(HERDER_APPSTREAM_ID org.example.herder)
 
 set(HERDER_INSTALL_BINDIR games)
@@ -28,6 +36,23 @@ file(RELATIVE_PATH HERDER_LAUNCHER_TO_GAME /prefix/${HERDER_INSTALL_BINDIR}
      /prefix/${HERDER_INSTALL_GAMEDIR})
 file(RELATIVE_PATH HERDER_LAUNCHER_TO_DATA /prefix/${HERDER_INSTALL_BINDIR}
      /prefix/${HERDER_INSTALL_DATADIR})
+# The launcher's --window checks the sizes the game takes: read from the game's own header.
+file(STRINGS ${CMAKE_SOURCE_DIR}/include/WindowOption.h HERDER_WINDOW_FACTS
+     REGEX "static constexpr")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+             ${CMAKE_SOURCE_DIR}/include/WindowOption.h)
+foreach(fact ${HERDER_WINDOW_FACTS})
+    if(fact MATCHES "int k([A-Za-z]+) = ([0-9]+);")
+        set(HERDER_WINDOW_${CMAKE_MATCH_1} ${CMAKE_MATCH_2})
+    elseif(fact MATCHES "kVariable = \"([A-Z_]+)\";")
+        set(HERDER_WINDOW_VARIABLE ${CMAKE_MATCH_1})
+    endif()
+endforeach()
+foreach(fact VARIABLE DefaultWidth DefaultHeight MinWidth MinHeight MaxSide)
+    if(NOT DEFINED HERDER_WINDOW_${fact})
+        message(FATAL_ERROR "include/WindowOption.h no longer names its ${fact}")
+    endif()
+endforeach()
 execute_process(COMMAND date -R -u -d "${HERDER_RELEASE_DATE} 12:00"
                 OUTPUT_VARIABLE HERDER_CHANGELOG_DATE OUTPUT_STRIP_TRAILING_WHITESPACE
                 COMMAND_ERROR_IS_FATAL ANY)
@@ -59,23 +84,39 @@ add_custom_command(
 add_custom_target(icons ALL DEPENDS ${HERDER_ICON_FILES})
 add_dependencies(icons assets)
 
-install(TARGETS herder RUNTIME DESTINATION ${HERDER_INSTALL_GAMEDIR})
-install(PROGRAMS ${HERDER_PACKAGING_OUT}/herder DESTINATION ${HERDER_INSTALL_BINDIR})
-install(DIRECTORY ${HERDER_DATA_DIR}/ DESTINATION ${HERDER_INSTALL_DATADIR}
-        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
-        PATTERN .stamp EXCLUDE)
-install(FILES ${HERDER_PACKAGING_SOURCE}/herder.desktop DESTINATION share/applications)
+# Two components, one per package: "game" for herder, "data" for herder-data.
+install(TARGETS herder RUNTIME DESTINATION ${HERDER_INSTALL_GAMEDIR} COMPONENT game)
+install(PROGRAMS ${HERDER_PACKAGING_OUT}/herder DESTINATION ${HERDER_INSTALL_BINDIR}
+        COMPONENT game)
+install(FILES ${HERDER_PACKAGING_SOURCE}/herder.desktop DESTINATION share/applications
+        COMPONENT game)
 install(FILES ${HERDER_PACKAGING_OUT}/${HERDER_APPSTREAM_ID}.metainfo.xml
-        DESTINATION share/metainfo)
+        DESTINATION share/metainfo COMPONENT game)
 foreach(size ${HERDER_ICON_SIZES})
     install(FILES ${HERDER_ICON_DIR}/${size}.png RENAME herder.png
-            DESTINATION share/icons/hicolor/${size}x${size}/apps)
+            DESTINATION share/icons/hicolor/${size}x${size}/apps COMPONENT game)
 endforeach()
-install(FILES ${HERDER_PACKAGING_OUT}/herder.6.gz DESTINATION share/man/man6)
-install(FILES ${HERDER_PACKAGING_SOURCE}/copyright ${HERDER_PACKAGING_OUT}/changelog.gz
-        DESTINATION ${HERDER_INSTALL_DOCDIR})
+install(FILES ${HERDER_PACKAGING_OUT}/herder.6.gz DESTINATION share/man/man6 COMPONENT game)
+install(DIRECTORY ${HERDER_DATA_DIR}/ DESTINATION ${HERDER_INSTALL_DATADIR} COMPONENT data
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+        PATTERN .stamp EXCLUDE)
+# Every package carries its own copyright and changelog, as Debian asks.
+foreach(component game data)
+    set(docdir ${HERDER_INSTALL_DOCDIR})
+    if(component STREQUAL data)
+        set(docdir ${HERDER_INSTALL_DOCDIR}-data)
+    endif()
+    install(FILES ${HERDER_PACKAGING_SOURCE}/copyright ${HERDER_PACKAGING_OUT}/changelog.gz
+            DESTINATION ${docdir} COMPONENT ${component})
+endforeach()
+# The compiler's version notes in .comment are of no use in an installed program.
+if(CMAKE_OBJCOPY)
+    add_custom_command(TARGET herder POST_BUILD
+        COMMAND ${CMAKE_OBJCOPY} --remove-section=.comment $<TARGET_FILE:herder>)
+endif()
 
-# The package: `cmake --build build --target package` writes build/herder_<version>_<arch>.deb.
+# The packages: `cmake --build build --target package` writes build/herder_<version>_<arch>.deb
+# and build/herder-data_<version>_all.deb.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME herder)
 set(CPACK_PACKAGE_VERSION ${HERDER_VERSION})
@@ -83,23 +124,42 @@ set(CPACK_PACKAGE_VENDOR "The Herder developers")
 set(CPACK_PACKAGE_CONTACT ${HERDER_MAINTAINER})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL game data)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SOURCE herder)
 set(CPACK_DEBIAN_PACKAGE_SECTION games)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${HERDER_HOMEPAGE})
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${HERDER_MAINTAINER})
-# Dependencies: dpkg-shlibdeps names the runtime packages of every library the game links.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION [=[gather a flock of sheep while wolves hunt it
-A small single-player 3D action game. You steer a herder through one
+# The changelog is signed again with the maintainer in force when the packages are made.
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_SOURCE_DIR}/cmake/HerderChangelog.cmake)
+set(CPACK_HERDER_CHANGELOG_IN ${HERDER_PACKAGING_SOURCE}/changelog.in)
+set(CPACK_HERDER_CHANGELOG_DATE ${HERDER_CHANGELOG_DATE})
+set(CPACK_DEBIAN_GAME_PACKAGE_NAME herder)
+set(CPACK_DEBIAN_DATA_PACKAGE_NAME herder-data)
+set(CPACK_DEBIAN_DATA_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DATA_PACKAGE_MULTIARCH foreign)
+# The program reads exactly the content its own version generated.
+set(CPACK_DEBIAN_GAME_PACKAGE_DEPENDS "herder-data (= ${HERDER_VERSION})")
+# The program's other dependencies: dpkg-shlibdeps names the runtime packages of every library
+# the game links.
+set(CPACK_DEBIAN_GAME_PACKAGE_SHLIBDEPS ON)
+set(HERDER_DESCRIPTION_BODY [=[A small single-player 3D action game. You steer a herder through one
 outdoor level and gather a flock of six sheep with the herd command, while
 every 30 seconds a wolf appears, seizes a sheep and drags it to its den.
 Your rockets wound and kill wolves. You win while three sheep stand near
-the goal marker; you lose when no sheep is left.
+the goal marker; you lose when no sheep is left.]=])
+set(CPACK_DEBIAN_GAME_DESCRIPTION "gather a flock of sheep while wolves hunt it
+${HERDER_DESCRIPTION_BODY}
 
 The game needs an X display with OpenGL; Mesa's software renderer is
-enough.]=])
+enough. It plays full screen or, with --window, in a window.")
+set(CPACK_DEBIAN_DATA_DESCRIPTION "gather a flock of sheep while wolves hunt it - game data
+${HERDER_DESCRIPTION_BODY}
+
+This package holds the game's models, textures, sounds and default
+settings, all generated by the game's own content generator.")
 include(CPack)
 
 # The sanitizer build repeats the game's own tests; packaging is checked once, here.

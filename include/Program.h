@@ -3,6 +3,7 @@
 #pragma once
 
 struct _XDisplay;
+class WindowOption;
 
 class Program {
 public:
@@ -19,7 +20,7 @@ private:
     // The caller keeps it open until GLUT has its own: a server that resets when its last client
     // leaves would otherwise reset in between and refuse GLUT.
     static _XDisplay* connectToDisplay();
-    static void openDisplay(const char* mode);
+    static void openDisplay(const char* mode, const WindowOption& window);
     static void registerInput();
     static void reshape(int width, int height);
     static void display();

@@ -1,6 +1,7 @@
 // Program entry: the objects are built in a fixed order (settings and log first, so that the
 // log's first line is the game-mode string), the callbacks are wired to the input manager and
-// the engine, and GLUT's main loop runs the game until a key ends the process.
+// the engine, and GLUT's main loop runs the game until a key ends the process. The launcher's
+// window option (WindowOption) replaces game mode with an ordinary window.
 #include "Program.h"
 
 #include "Audio.h"
@@ -16,6 +17,7 @@
 #include "SettingsFile.h"
 #include "SwapControl.h"
 #include "ViewFrustum.h"
+#include "WindowOption.h"
 
 #include <GL/freeglut.h>
 #include <X11/Xlib.h>
@@ -76,9 +78,16 @@ Display* Program::connectToDisplay() {
     return display;
 }
 
-// Game mode when the server can switch to the requested mode; otherwise a window the size of the
-// screen made full-screen, since the callbacks and key-repeat switch need a window to attach to.
-void Program::openDisplay(const char* mode) {
+// An ordinary window of the chosen size when the player asked for one. Otherwise game mode when
+// the server can switch to the requested mode, else a window the size of the screen made
+// full-screen, since the callbacks and key-repeat switch need a window to attach to.
+void Program::openDisplay(const char* mode, const WindowOption& window) {
+    if (window.windowed()) {
+        Logfile::getInstance()->write(window.describe());
+        glutInitWindowSize(window.width(), window.height());
+        glutCreateWindow(kWindowTitle);
+        return;
+    }
     glutGameModeString(mode);
     if (glutGameModeGet(GLUT_GAME_MODE_POSSIBLE) && glutEnterGameMode() != 0) {
         return;
@@ -138,7 +147,7 @@ int Program::run(int argc, char** argv) {
     SettingsFile* settings = new SettingsFile();
     const std::string mode = settings->getString("G_GAMEMODESTRING");
     Logfile::getInstance()->write(mode);
-    openDisplay(mode.c_str());
+    openDisplay(mode.c_str(), WindowOption::fromEnvironment());
     SwapControl::enable();
     glutIgnoreKeyRepeat(1);
     registerInput();
