@@ -96,6 +96,11 @@ public:
 
     // The positions to draw now: frame blend for skinned models, else the bind pose.
     const float* currentPositions();
+    // The same, one per control point, for skinned models drawn indexed (3 floats a point).
+    const float* currentPointPositions();
+    // Whether the model draws from buffer objects through an index per corner, one vertex per
+    // control point: what a skinned model does in buffer-object mode once its frames are made.
+    bool drawsIndexed() const { return !indices_.empty(); }
 
     // Texture pixels kept from the reader until the upload: 24-bit BGR, bottom row first.
     struct TextureImage {
@@ -165,6 +170,10 @@ private:
     void drawBuffers();
     void streamPositions();
     void syncSettings();
+    // Skinned models in buffer-object mode (FBXModelIndexed.cpp).
+    void buildPointArrays();
+    void createIndexedBuffers();
+    void drawIndexed();
 
     // The next coarser version and the pixel radius below which it stands in.
     FBXModel* coarser_ = nullptr;
@@ -182,4 +191,16 @@ private:
     float blendedTime_ = -1.0f;
     int streamedFrame_ = -1;
     float streamedTime_ = -1.0f;
+
+    // Indexed drawing of skinned models: each corner's control point, the points' normals and
+    // texture coordinates, their positions in every frame, this pose's blend, and the buffer of
+    // indices beside `buffers`.
+    std::vector<GLuint> indices_;
+    std::vector<float> pointNormals_;
+    std::vector<float> pointUVs_;
+    std::vector<std::vector<float>> pointFrames_;
+    std::vector<float> pointBlend_;
+    int pointBlendFrame_ = -1;
+    float pointBlendTime_ = -1.0f;
+    GLuint indexBuffer_ = 0;
 };

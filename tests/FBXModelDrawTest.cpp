@@ -109,11 +109,14 @@ TEST_F(FBXModelDrawTest, SkinnedModelInVertexArrayModeDrawsImmediately) {
     sheep.frameTime = 0.5f; // halfway to the next frame
     picture(sheep, 3.0f);
     glBindBufferARB(GL_ARRAY_BUFFER_ARB, sheep.buffers[0]);
-    const auto* held = static_cast<const float*>(glMapBufferARB(GL_ARRAY_BUFFER_ARB, GL_READ_ONLY_ARB));
+    const auto* held =
+        static_cast<const float*>(glMapBufferARB(GL_ARRAY_BUFFER_ARB, GL_READ_ONLY_ARB));
     ASSERT_NE(held, nullptr);
-    const float* blend = sheep.currentPositions();
+    // A skinned model streams one position per control point and draws its corners by index.
+    ASSERT_TRUE(sheep.drawsIndexed());
+    const float* blend = sheep.currentPointPositions();
     int stale = 0;
-    for (int i = 0; i < 3 * sheep.vertexCount; ++i) {
+    for (int i = 0; i < 3 * sheep.controlPointCount; ++i) {
         stale += held[i] != blend[i] ? 1 : 0;
     }
     glUnmapBufferARB(GL_ARRAY_BUFFER_ARB);

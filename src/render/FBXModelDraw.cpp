@@ -56,10 +56,9 @@ void FBXModel::prepareBuffersAndFrames() {
         renderMode = requestedMode = kVertexArrays;
     }
     // Every frame must have one position per polygon vertex, or drawing would read past it.
-    const bool framesFit = std::all_of(bakedFrames_.begin(), bakedFrames_.end(),
-                                       [&](const std::vector<float>& f) {
-                                           return f.size() == vertices.size();
-                                       });
+    const bool framesFit =
+        std::all_of(bakedFrames_.begin(), bakedFrames_.end(),
+                    [&](const std::vector<float>& f) { return f.size() == vertices.size(); });
     if (animated && bakedFrames_.size() == static_cast<size_t>(kSkinFrames) && framesFit) {
         frames = std::move(bakedFrames_);
         frameCount = kSkinFrames;
@@ -68,6 +67,7 @@ void FBXModel::prepareBuffersAndFrames() {
     }
     bakedFrames_.clear();
     hasStillPose = animated && frameCount > 0;
+    buildPointArrays();
 }
 
 void FBXModel::setRenderMode(int mode) {
@@ -280,10 +280,12 @@ void FBXModel::streamPositions() {
     if (streamedFrame_ == currentFrame && streamedTime_ == frameTime) {
         return;
     }
-    const float* positions = currentPositions();
+    const bool indexed = drawsIndexed();
+    const float* positions = indexed ? currentPointPositions() : currentPositions();
+    const size_t count = 3 * static_cast<size_t>(indexed ? controlPointCount : vertexCount);
     void* mapped = glMapBufferARB(GL_ARRAY_BUFFER_ARB, GL_READ_WRITE_ARB);
     if (mapped != nullptr) {
-        std::copy(positions, positions + 3 * vertexCount, static_cast<float*>(mapped));
+        std::copy(positions, positions + count, static_cast<float*>(mapped));
         glUnmapBufferARB(GL_ARRAY_BUFFER_ARB);
         streamedFrame_ = currentFrame;
         streamedTime_ = frameTime;
@@ -320,7 +322,11 @@ void FBXModel::drawBuffers() {
         glCallList(displayLists[kBufferObjects]);
     } else {
         pointBuffers(*this, animated && frameCount > 0, &FBXModel::streamPositions);
-        glDrawArrays(GL_TRIANGLES, 0, vertexCount);
+        if (drawsIndexed()) {
+            drawIndexed();
+        } else {
+            glDrawArrays(GL_TRIANGLES, 0, vertexCount);
+        }
         glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
     }
     glDisable(GL_NORMALIZE);
@@ -330,6 +336,10 @@ void FBXModel::drawBuffers() {
 
 void FBXModel::createBuffers() {
     if (!vboSupported || buffersCreated || vertexCount == 0) {
+        return;
+    }
+    if (drawsIndexed()) {
+        createIndexedBuffers();
         return;
     }
     glGenBuffersARB(3, buffers);
@@ -351,11 +361,16 @@ void FBXModel::deleteBuffers() {
     }
     glDeleteBuffersARB(3, buffers);
     buffers[0] = buffers[1] = buffers[2] = 0;
+    if (indexBuffer_ != 0) {
+        glDeleteBuffersARB(1, &indexBuffer_);
+        indexBuffer_ = 0;
+    }
     buffersCreated = false;
 }
 
+// Skinned models never draw from a list (their positions change every frame).
 void FBXModel::buildDisplayList(int mode) {
-    if (vertexCount == 0 || mode < 0 || mode > 2) {
+    if (vertexCount == 0 || mode < 0 || mode > 2 || animated) {
         return;
     }
     if (mode == kBufferObjects && !buffersCreated) {
