@@ -16,6 +16,7 @@
 #include <btBulletDynamicsCommon.h>
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -47,6 +48,11 @@ constexpr unsigned kHitSides = 1;
 constexpr unsigned kHitAbove = 2;
 constexpr unsigned kHitBelow = 4;
 
+// How much the steepest walkable slope rises per unit walked across it (the slope limit is the
+// cosine of its angle).
+const float kSteepestRise =
+    std::sqrt(1.0f - CharacterController::kSlopeLimit * CharacterController::kSlopeLimit) /
+    CharacterController::kSlopeLimit;
 // A move that ends this close to where it started, standing, leaves the character resting.
 constexpr float kRestDistance = 1.0e-3f;
 
@@ -178,8 +184,10 @@ public:
                 return;
             }
             touch(hit, kHitSides);
+            const bool character = isCharacter(hit.object);
+            blockedByLevel_ = blockedByLevel_ || !character;
             btVector3 normal = hit.normal;
-            if (!walkable(normal) || isCharacter(hit.object)) {
+            if (!walkable(normal) || character) {
                 normal.setY(0);
                 if (normal.length2() < kMinMotion * kMinMotion) {
                     return;
@@ -218,8 +226,9 @@ public:
     }
 
     const btVector3& position() const { return position_; }
-    // Whether the sideways pass met anything.
+    // Whether the sideways pass met anything, and whether any of it was not another character.
     bool blockedSideways() const { return (flags_ & kHitSides) != 0; }
+    bool blockedByLevel() const { return blockedByLevel_; }
     // Whether the down pass came to stand on something, and where it touches that.
     bool landed() const { return landed_; }
     // Whether it landed closer than the contact skin (the down pass cannot lift it back out).
@@ -313,6 +322,7 @@ private:
     unsigned flags_ = 0;
     bool landed_ = false;
     bool withinSkin_ = false;
+    bool blockedByLevel_ = false;
     btVector3 landing_{0, 0, 0};
     std::vector<const btCollisionObject*> touched_;
 };
@@ -335,23 +345,29 @@ bool standsTooHigh(const Mover& mover, float ground) {
            mover.landing().y() > ground + CharacterController::kStepOffset + kStepTolerance;
 }
 
-// A walk that meets nothing at the height it starts from: the sideways pass and the fall, with
-// no lift. Where the sideways pass is blocked (a step, a wall, another character), the lift may
-// be what gets over it, and the caller moves with the lift instead; so it does where the fall
-// ends closer to the ground than the skin (a capsule that came down on a step's edge), which only
-// the lift's down pass sets right.
-std::optional<Mover> moveWithoutLift(const Mover& fresh, const btVector3& motion) {
+// A walk that meets no part of the level on its way over walkable ground: one sweep along the
+// walk, rising as the steepest walkable slope would (and by the skin), then the fall from there.
+// On meadow and slopes alike that is two or three sweeps where the lifted move takes six or
+// seven. Other characters only deflect it sideways, as they would the lifted move (they are met
+// side by side). Where the level blocks the rising sweep (a step, a wall), the lift may be what
+// gets over it, and the caller moves with the lift instead; so it does where the fall ends closer
+// to the ground than the skin (a capsule that came down on a step's edge), which only the lift's
+// down pass sets right, and where it ends on something taller than a step.
+std::optional<Mover> moveWithoutLift(const Mover& fresh, const btVector3& motion, float ground) {
     const btVector3 across(motion.x(), 0, motion.z());
     if (motion.y() > 0 || across.length() <= kMinMotion) {
         return std::nullopt;
     }
+    // Never more than the lift: the rising sweep must not clear a step the lift could not.
+    const float rise = std::min(across.length() * kSteepestRise + CharacterController::kSkinWidth,
+                                CharacterController::kStepOffset);
     Mover flat = fresh;
-    flat.slideSideways(across);
-    if (flat.blockedSideways()) {
+    flat.slideSideways(across + kUp * rise);
+    if (flat.blockedByLevel()) {
         return std::nullopt;
     }
-    flat.settle(-motion.y());
-    if (flat.landedWithinSkin()) {
+    flat.settle(rise - motion.y());
+    if (flat.landedWithinSkin() || standsTooHigh(flat, ground)) {
         return std::nullopt;
     }
     return flat;
@@ -361,7 +377,7 @@ std::optional<Mover> moveWithoutLift(const Mover& fresh, const btVector3& motion
 // lift may carry the capsule onto something taller than a step; the move is then done without
 // it, where that something is a wall.
 Mover moveCapsule(const Mover& fresh, const btVector3& motion, float ground) {
-    if (std::optional<Mover> flat = moveWithoutLift(fresh, motion)) {
+    if (std::optional<Mover> flat = moveWithoutLift(fresh, motion, ground)) {
         return *flat;
     }
     const float step = CharacterController::kStepOffset;
