@@ -39,6 +39,7 @@ namespace {
 int width = 1024;
 int height = 768;
 constexpr int kWarmUpFrames = 5;
+constexpr int kLandingFrames = 60;
 constexpr unsigned kWolfSeed = 2024;
 constexpr int kMeasuredFrames = 60;
 
@@ -391,7 +392,7 @@ void benchGame(Engine* engine, Scene* scene, double ceiling, bool normalOnly) {
         scene->spawnWolf();
     }
     face(herder, Vector3D(-5, 0, -20));
-    playCycles(engine, kWarmUpFrames);
+    playCycles(engine, kLandingFrames); // new wolves appear above the ground and fall onto it
     double half = 0.0;
     const CycleTimes wolves = countedCycles(engine, kMeasuredFrames, chainsOf(scene), &half);
     printScene("30 wolves (" + std::to_string(static_cast<int>(half + 0.5)) + " at half detail)",
