@@ -97,9 +97,10 @@ foreach(size ${HERDER_ICON_SIZES})
             DESTINATION share/icons/hicolor/${size}x${size}/apps COMPONENT game)
 endforeach()
 install(FILES ${HERDER_PACKAGING_OUT}/herder.6.gz DESTINATION share/man/man6 COMPONENT game)
+# Only what make-assets writes: the benchmark plays from the same folder and leaves its log.txt.
 install(DIRECTORY ${HERDER_DATA_DIR}/ DESTINATION ${HERDER_INSTALL_DATADIR} COMPONENT data
         FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
-        PATTERN .stamp EXCLUDE)
+        FILES_MATCHING PATTERN *.fbx PATTERN *.tga PATTERN *.wav PATTERN settings.ini)
 # Every package carries its own copyright and changelog, as Debian asks.
 foreach(component game data)
     set(docdir ${HERDER_INSTALL_DOCDIR})
