@@ -170,6 +170,10 @@ private:
     void drawBuffers();
     void streamPositions();
     void syncSettings();
+    // The blend of the current frame and the next into `out`, unless it holds it already (the
+    // frame and clock it was made for are kept in madeFrame and madeTime).
+    const float* blendFrames(const std::vector<std::vector<float>>& from, std::vector<float>& out,
+                             int* madeFrame, float* madeTime) const;
     // Skinned models in buffer-object mode (FBXModelIndexed.cpp).
     void buildPointArrays();
     void createIndexedBuffers();

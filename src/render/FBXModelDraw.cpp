@@ -113,21 +113,26 @@ const float* FBXModel::currentPositions() {
     if (!animated || frameCount == 0) {
         return vertices.data();
     }
-    if (blendedFrame_ == currentFrame && blendedTime_ == frameTime) {
-        return blended_.data();
+    return blendFrames(frames, blended_, &blendedFrame_, &blendedTime_);
+}
+
+// The blend factor is the raw frame clock in seconds, not a fraction of the frame step: the run
+// cycle's look depends on it.
+const float* FBXModel::blendFrames(const std::vector<std::vector<float>>& from,
+                                   std::vector<float>& out, int* madeFrame, float* madeTime) const {
+    if (*madeFrame == currentFrame && *madeTime == frameTime) {
+        return out.data();
     }
-    blendedFrame_ = currentFrame;
-    blendedTime_ = frameTime;
+    *madeFrame = currentFrame;
+    *madeTime = frameTime;
     const int next = (currentFrame + 1 < frameCount) ? currentFrame + 1 : 0;
-    const std::vector<float>& a = frames[static_cast<size_t>(currentFrame)];
-    const std::vector<float>& b = frames[static_cast<size_t>(next)];
-    blended_.resize(a.size());
-    // The blend factor is the raw frame clock in seconds, not a fraction of the frame step: the
-    // run cycle's look depends on it.
+    const std::vector<float>& a = from[static_cast<size_t>(currentFrame)];
+    const std::vector<float>& b = from[static_cast<size_t>(next)];
+    out.resize(a.size());
     for (size_t i = 0; i < a.size(); ++i) {
-        blended_[i] = a[i] + (b[i] - a[i]) * frameTime;
+        out[i] = a[i] + (b[i] - a[i]) * frameTime;
     }
-    return blended_.data();
+    return out.data();
 }
 
 // Follows the engine's switches: display lists for static models, and the texture filters.

@@ -71,19 +71,7 @@ const float* FBXModel::currentPointPositions() {
     if (pointFrames_.empty()) {
         return nullptr;
     }
-    if (pointBlendFrame_ == currentFrame && pointBlendTime_ == frameTime) {
-        return pointBlend_.data();
-    }
-    pointBlendFrame_ = currentFrame;
-    pointBlendTime_ = frameTime;
-    const int next = (currentFrame + 1 < frameCount) ? currentFrame + 1 : 0;
-    const std::vector<float>& a = pointFrames_[static_cast<size_t>(currentFrame)];
-    const std::vector<float>& b = pointFrames_[static_cast<size_t>(next)];
-    pointBlend_.resize(a.size());
-    for (size_t i = 0; i < a.size(); ++i) {
-        pointBlend_[i] = a[i] + (b[i] - a[i]) * frameTime;
-    }
-    return pointBlend_.data();
+    return blendFrames(pointFrames_, pointBlend_, &pointBlendFrame_, &pointBlendTime_);
 }
 
 void FBXModel::createIndexedBuffers() {
