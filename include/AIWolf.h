@@ -34,6 +34,8 @@ public:
     void devour(AISheep* sheep);
     // Its controller touched `sheep`: the sheep follows it and it heads for the den.
     void seize(AISheep* sheep, bool pathSearch);
+    // Whether a living sheep of the level follows this wolf as its carrier.
+    bool carriesASheep() const;
 
     bool living = true;
     bool huntingByPath = false;

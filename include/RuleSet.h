@@ -49,6 +49,8 @@ public:
     virtual float devourSeconds() const = 0;
     // Whether a wolf that touches a sheep another wolf carries takes it over.
     virtual bool wolvesTakeCarriedSheep() const = 0;
+    // Whether a wolf that carries a sheep seizes another it touches as well.
+    virtual bool wolvesCarrySeveralSheep() const = 0;
 
     // -- The herder's controls --
     // The share of the walk the input step hands the herder's controller.

@@ -249,6 +249,26 @@ TEST_P(BothRulesTest, ASecondWolfTakesACarriedSheepOnlyInTheClassicGame) {
     EXPECT_EQ(linesWith("sheep " + sheep->name + " seized by"), 1);
 }
 
+// A wolf that carries a sheep and runs into another takes that one too in the classic game only;
+// once it holds none, it seizes again.
+TEST_P(BothRulesTest, AWolfCarryingASheepTakesASecondOnlyInTheClassicGame) {
+    scene_->spawnWolf();
+    AIWolf* wolf = scene_->getWolves()[0];
+    AISheep* first = scene_->getSheep()[2];
+    AISheep* second = scene_->getSheep()[3];
+    WolfCatches catches;
+    catches.wolfCaughtSheep(wolf, first);
+    ASSERT_EQ(first->carrier(), wolf);
+    catches.wolfCaughtSheep(wolf, second);
+    EXPECT_EQ(second->carrier(), shepherd() ? nullptr : wolf);
+    EXPECT_EQ(first->carrier(), wolf) << "the first stays with its wolf";
+    EXPECT_EQ(linesWith("sheep " + second->name + " seized by"), shepherd() ? 0 : 1);
+    first->state = AIObject3D::kIdle; // the wolf no longer holds it
+
+    catches.wolfCaughtSheep(wolf, second);
+    EXPECT_EQ(second->carrier(), wolf) << "a wolf with no sheep seizes";
+}
+
 const RulesCase kRules[] = {{"Classic", &RuleSet::classic}, {"Shepherd", &RuleSet::shepherd}};
 INSTANTIATE_TEST_SUITE_P(Rules, BothRulesTest, ::testing::ValuesIn(kRules),
                          [](const auto& info) { return std::string(info.param.name); });

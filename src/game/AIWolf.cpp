@@ -11,6 +11,7 @@
 #include "PhysicsWorld.h"
 #include "Scene.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -119,6 +120,15 @@ void AIWolf::devour(AISheep* sheep) {
     sheep->visible = false;
     sheep->remove();
     sated = true;
+}
+
+bool AIWolf::carriesASheep() const {
+    if (scene == nullptr) {
+        return false;
+    }
+    const std::vector<AISheep*>& flock = scene->getSheep();
+    return std::any_of(flock.begin(), flock.end(),
+                       [this](const AISheep* sheep) { return sheep->carrier() == this; });
 }
 
 // With path search the sheep remembers who holds it, so the herd command leaves it be.

@@ -39,15 +39,20 @@ void RocketContacts::rocketOnLevel(Object3D* rocket) {
 // A wolf touches the sheep it carries again and again. Those touches change nothing: catching
 // it anew would search a fresh path from the nearest waypoint, which may lie behind the wolf, and
 // turning round runs the wolf into its own sheep, head on.
-// Whether a sheep another wolf carries can be taken over is the rules' call.
+// Whether a sheep another wolf carries can be taken over, and whether a wolf that carries one
+// takes another, are the rules' call.
 void WolfCatches::wolfCaughtSheep(Object3D* wolf, Object3D* sheep) {
     auto* hunter = dynamic_cast<AIWolf*>(wolf);
     auto* prey = dynamic_cast<AISheep*>(sheep);
-    const AIWolf* carrier = prey != nullptr ? prey->carrier() : nullptr;
+    if (hunter == nullptr || prey == nullptr) {
+        return;
+    }
+    const RuleSet& rules = *Engine::getInstance()->rules;
+    const AIWolf* carrier = prey->carrier();
     const bool carried =
-        carrier == hunter ||
-        (carrier != nullptr && !Engine::getInstance()->rules->wolvesTakeCarriedSheep());
-    if (hunter != nullptr && prey != nullptr && !carried) {
+        carrier == hunter || (carrier != nullptr && !rules.wolvesTakeCarriedSheep());
+    const bool laden = !rules.wolvesCarrySeveralSheep() && hunter->carriesASheep();
+    if (!carried && !laden) {
         hunter->seize(prey, Engine::getInstance()->pathSearch);
     }
 }

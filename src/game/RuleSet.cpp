@@ -66,6 +66,7 @@ public:
     }
     float devourSeconds() const override { return -1.0f; }
     bool wolvesTakeCarriedSheep() const override { return true; }
+    bool wolvesCarrySeveralSheep() const override { return true; }
     // Per cycle, whatever the frame rate; two keys together go further than one.
     Vector3D walkDisplacement(const Vector3D& keys, float, int) const override {
         return keys * kClassicWalkFactor;
@@ -115,6 +116,9 @@ public:
     float devourSeconds() const override { return kDevourSeconds; }
     // Two wolves at the den took the same sheep from each other many times a second.
     bool wolvesTakeCarriedSheep() const override { return false; }
+    // A wolf that ran into the flock with a sheep in its jaws took a second one and lost the
+    // shepherd two sheep to one wolf at once: one sheep a wolf.
+    bool wolvesCarrySeveralSheep() const override { return false; }
     // Per second, so that the frame rate does not decide how fast the herder runs; diagonals are
     // no faster than straight walking.
     Vector3D walkDisplacement(const Vector3D& keys, float dt, int gameSpeed) const override {
