@@ -11,7 +11,8 @@ configure_file(${CPACK_HERDER_CHANGELOG_IN} ${text} @ONLY)
 # Compressed as Debian ships it (-n: no time stamp inside).
 execute_process(COMMAND gzip -9 -n -c ${text} OUTPUT_FILE ${text}.gz COMMAND_ERROR_IS_FATAL ANY)
 file(GLOB_RECURSE staged ${CPACK_TEMPORARY_DIRECTORY}/*changelog.gz)
-list(FILTER staged INCLUDE REGEX "/share/doc/[^/]+/changelog\\.gz$")
+# Each package's documentation folder is the game's, or the game's with a suffix (herder-data).
+list(FILTER staged INCLUDE REGEX "${CPACK_HERDER_DOCDIR}[^/]*/changelog[.]gz$")
 if(NOT staged)
     message(FATAL_ERROR "no changelog.gz staged under ${CPACK_TEMPORARY_DIRECTORY}")
 endif()

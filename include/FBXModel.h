@@ -176,7 +176,7 @@ private:
                              int* madeFrame, float* madeTime) const;
     // Skinned models in buffer-object mode (FBXModelIndexed.cpp).
     void buildPointArrays();
-    void createIndexedBuffers();
+    void createIndexBuffer();
     void drawIndexed();
 
     // The next coarser version and the pixel radius below which it stands in.

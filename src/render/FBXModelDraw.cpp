@@ -343,13 +343,13 @@ void FBXModel::createBuffers() {
     if (!vboSupported || buffersCreated || vertexCount == 0) {
         return;
     }
-    if (drawsIndexed()) {
-        createIndexedBuffers();
-        return;
-    }
     glGenBuffersARB(3, buffers);
-    streamedFrame_ = -1; // the new position buffer holds the bind pose
-    const std::vector<float>* sources[3] = {&vertices, &normals, &texCoords};
+    streamedFrame_ = -1; // the new position buffer holds the bind pose or the first frame
+    // Drawn indexed, the buffers hold one entry per control point instead of one per corner.
+    const bool indexed = drawsIndexed();
+    const std::vector<float>* sources[3] = {indexed ? &pointFrames_.front() : &vertices,
+                                            indexed ? &pointNormals_ : &normals,
+                                            indexed ? &pointUVs_ : &texCoords};
     for (int i = 0; i < 3; ++i) {
         glBindBufferARB(GL_ARRAY_BUFFER_ARB, buffers[i]);
         glBufferDataARB(GL_ARRAY_BUFFER_ARB,
@@ -357,6 +357,9 @@ void FBXModel::createBuffers() {
                         sources[i]->data(), GL_STREAM_DRAW_ARB);
     }
     glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
+    if (indexed) {
+        createIndexBuffer();
+    }
     buffersCreated = true;
 }
 

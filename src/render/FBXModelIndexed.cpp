@@ -74,24 +74,14 @@ const float* FBXModel::currentPointPositions() {
     return blendFrames(pointFrames_, pointBlend_, &pointBlendFrame_, &pointBlendTime_);
 }
 
-void FBXModel::createIndexedBuffers() {
-    glGenBuffersARB(3, buffers);
-    streamedFrame_ = -1; // the position buffer holds the first frame until the first draw
-    const std::vector<float>* sources[3] = {&pointFrames_.front(), &pointNormals_, &pointUVs_};
-    for (int i = 0; i < 3; ++i) {
-        glBindBufferARB(GL_ARRAY_BUFFER_ARB, buffers[i]);
-        glBufferDataARB(GL_ARRAY_BUFFER_ARB,
-                        static_cast<GLsizeiptrARB>(sources[i]->size() * sizeof(float)),
-                        sources[i]->data(), GL_STREAM_DRAW_ARB);
-    }
-    glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
+// Beside the three array buffers that createBuffers fills with the point arrays.
+void FBXModel::createIndexBuffer() {
     glGenBuffersARB(1, &indexBuffer_);
     glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER_ARB, indexBuffer_);
     glBufferDataARB(GL_ELEMENT_ARRAY_BUFFER_ARB,
                     static_cast<GLsizeiptrARB>(indices_.size() * sizeof(GLuint)), indices_.data(),
                     GL_STATIC_DRAW_ARB);
     glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER_ARB, 0);
-    buffersCreated = true;
 }
 
 // The caller has pointed the client arrays at the buffers and streamed this pose.

@@ -10,17 +10,22 @@
       tests/e2e/sound.sh): the left and right RMS envelopes in dB over time, with the driver's
       events ("<name> <seconds>" lines) marked.
 
-Python's wave module reads the effects; the stream is walked by hand (it is WAVE_FORMAT_EXTENSIBLE,
-which wave refuses). The text is set by ImageMagick's convert with the DejaVu font.
+Python's wave module reads the effects; the stream is read by the sound test's own reader
+(tests/e2e/check_stream.py: it is WAVE_FORMAT_EXTENSIBLE, which wave refuses). The text is set
+by ImageMagick's convert with the DejaVu font.
 """
 import array
 import math
 import os
 import re
-import struct
 import subprocess
 import sys
 import wave
+
+# The stream reader the sound test uses, from the source tree beside this tool.
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests",
+                                "e2e"))
+import check_stream  # noqa: E402
 
 # Effects sheet: one row a sound, all rows on one time scale.
 ROW_HEIGHT = 70
@@ -128,35 +133,8 @@ def effects(header, folder, out):
     canvas.save(out, labels)
 
 
-def read_stream(path):
-    """Left and right channels of a 16-bit or float stereo stream, as floats."""
-    raw = open(path, "rb").read()
-    at, fmt, data = 12, None, None
-    while at + 8 <= len(raw):
-        cid, size = raw[at:at + 4], struct.unpack("<I", raw[at + 4:at + 8])[0]
-        if cid == b"fmt ":
-            fmt = raw[at + 8:at + 8 + size]
-        elif cid == b"data":
-            end = at + 8 + size if 0 < size <= len(raw) - at - 8 else len(raw)
-            data = raw[at + 8:end]
-            break
-        at += 8 + size + (size & 1)
-    tag, channels, rate = struct.unpack("<HHI", fmt[:8])
-    bits = struct.unpack("<H", fmt[14:16])[0]
-    if tag == 0xFFFE:
-        tag = struct.unpack("<H", fmt[24:26])[0]
-    if channels != 2:
-        raise SystemExit("a stereo stream is expected")
-    if tag == 3 and bits == 32:
-        values, scale = struct.unpack("<%df" % (len(data) // 4), data[:len(data) // 4 * 4]), 1.0
-    else:
-        values = struct.unpack("<%dh" % (len(data) // 2), data[:len(data) // 2 * 2])
-        scale = 32768.0
-    return rate, [v / scale for v in values[0::2]], [v / scale for v in values[1::2]]
-
-
 def stream(path, times_file, out):
-    rate, left, right = read_stream(path)
+    rate, left, right = check_stream.read(path)
     seconds = len(left) / rate
     canvas = Canvas(60 + int(seconds * STREAM_PIXELS_PER_SECOND) + 10, STREAM_HEIGHT)
     bottom = STREAM_HEIGHT - 20
