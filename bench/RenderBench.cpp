@@ -12,7 +12,7 @@
 #include "InputManager.h"
 #include "LevelFacts.h"
 #include "List.h"
-#include "ModelImport.h"
+#include "ModelReader.h"
 #include "Object3D.h"
 #include "Particle.h"
 #include "PhysicsWorld.h"
@@ -57,45 +57,42 @@ struct Placed {
     float x, y, z;
 };
 
-// A preset model, or the level piece `piece` when it is given.
-std::unique_ptr<FBXModel> load(ModelKind kind, const level::ModelAsset* piece, double* ms) {
+// One of the level's models, read one at a time (nothing asked ahead).
+std::unique_ptr<FBXModel> load(ModelReader& reader, const level::ModelAsset& asset, double* ms) {
     const auto start = Clock::now();
-    auto model = piece == nullptr
-                     ? std::make_unique<FBXModel>(kind)
-                     : std::make_unique<FBXModel>(piece->file, piece->texture, piece->scale);
+    auto model = std::make_unique<FBXModel>(reader, asset);
     *ms = msSince(start);
     return model;
 }
 
-std::vector<Placed> loadLevel() {
+std::vector<Placed> loadLevel(ModelReader& reader) {
     struct Entry {
         const char* name;
-        ModelKind kind;
-        const level::ModelAsset* piece; // null for a preset
+        const level::ModelAsset* asset;
         float turn;
         Vector3D at;
     };
     auto placed = [](const char* name, const level::ModelAsset& piece, const level::Placement& p) {
-        return Entry{name, ModelKind::Flag, &piece, p.turnDegrees, p.position};
+        return Entry{name, &piece, p.turnDegrees, p.position};
     };
     const Entry entries[] = {
-        {"test sphere", ModelKind::TestSphere, nullptr, 0, {3, 1, -8}},
-        {"herder", ModelKind::Herder, nullptr, 0, {0, 1, 0}},
-        {"sheep", ModelKind::Sheep, nullptr, 90, {-4, 0.8f, -6}},
-        {"flag", ModelKind::Flag, nullptr, 0, {2, 0.5f, -3}},
-        {"rocket", ModelKind::Rocket, nullptr, 0, {1, 2, -2}},
+        {"test sphere", &level::kTestSphere, 0, {3, 1, -8}},
+        {"herder", &level::kHerder, 0, {0, 1, 0}},
+        {"sheep", &level::kSheep, 90, {-4, 0.8f, -6}},
+        {"flag", &level::kFlag, 0, {2, 0.5f, -3}},
+        {"rocket", &level::kRocket, 0, {1, 2, -2}},
         placed("terrain", level::kTerrain, level::kTerrainPlacement),
-        {"sky", ModelKind::Sky, nullptr, 0, level::kSkyPlacement.position},
+        {"sky", &level::kSky, 0, level::kSkyPlacement.position},
         placed("canyon", level::kCanyon, level::kCanyonPlacement),
         placed("power plant", level::kPowerPlant, level::kPowerPlantPlacement),
-        {"wolf", ModelKind::Wolf, nullptr, 90, {-12, 1.5f, -14}},
+        {"wolf", &level::kWolf, 90, {-12, 1.5f, -14}},
     };
     std::vector<Placed> level;
     double total = 0;
     std::printf("| model | triangles | load (ms) |\n|---|---|---|\n");
     for (const Entry& e : entries) {
         double ms = 0;
-        auto model = load(e.kind, e.piece, &ms);
+        auto model = load(reader, *e.asset, &ms);
         total += ms;
         std::printf("| %s | %d | %.1f |\n", e.name, model->vertexCount / 3, ms);
         level.push_back({e.name, std::move(model), e.turn, e.at.x, e.at.y, e.at.z});
@@ -149,11 +146,11 @@ template <class F> double meanMs(int runs, F work) {
 }
 
 // The real level as the game builds it, up to its first frame; how long that took.
-Scene* buildLevel(Engine* engine, double* startUpMs) {
+Scene* buildLevel(Engine* engine, std::unique_ptr<ModelReader> reader, double* startUpMs) {
     const auto start = Clock::now();
     engine->physics = new PhysicsWorld();
     GameRules::install(*engine->physics);
-    Scene* scene = new Scene();
+    Scene* scene = new Scene(std::move(reader));
     engine->scene = scene;
     Renderer* renderer = new Renderer(scene);
     renderer->frustum = new ViewFrustum();
@@ -169,9 +166,9 @@ Scene* buildLevel(Engine* engine, double* startUpMs) {
 }
 
 // The real level: start-up time, then the parts of a game cycle.
-Scene* benchLevel(Engine* engine, double ceiling) {
+Scene* benchLevel(Engine* engine, std::unique_ptr<ModelReader> reader, double ceiling) {
     double startUp = 0.0;
-    Scene* scene = buildLevel(engine, &startUp);
+    Scene* scene = buildLevel(engine, std::move(reader), &startUp);
     Object3D* herder = scene->getPlayer();
     const double update = meanMs(300, [&] { scene->update(); });
     const double step = meanMs(50, [&] { engine->physics->step(PhysicsWorld::kStepInterval); });
@@ -424,11 +421,11 @@ int main(int argc, char** argv) {
         width = 1920;
         height = 1080;
     }
-    FBXModel::isolateImport = !hasFlag(argc, argv, "--in-process");
+    const bool inProcess = hasFlag(argc, argv, "--in-process");
+    auto reader = std::make_unique<ModelReader>(inProcess ? ModelReader::Where::kHere
+                                                          : ModelReader::Where::kChild);
     std::string failure;
-    if (FBXModel::isolateImport) {
-        startModelReader(&failure); // as the game does, before the display
-    }
+    reader->start(&failure); // as the game does, before the display
     glutInit(&argc, argv);
     glutInitDisplayMode(GLUT_DOUBLE | GLUT_DEPTH);
     glutInitWindowSize(width, height);
@@ -440,10 +437,9 @@ int main(int argc, char** argv) {
     renderer.reshape();
     if (startUpOnly) {
         double startUp = 0.0;
-        buildLevel(engine, &startUp);
+        buildLevel(engine, std::move(reader), &startUp);
         std::printf("start-up to first frame (model reader %s): %.0f ms\n",
-                    FBXModel::isolateImport ? "in its own process" : "in the game's process",
-                    startUp);
+                    inProcess ? "in the game's process" : "in its own process", startUp);
         return 0;
     }
     std::printf("GL renderer: %s\n\n", reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
@@ -453,10 +449,10 @@ int main(int argc, char** argv) {
         const double ceiling = frameTime(nullptr);
         std::printf("| frame at %dx%d | ms | fps |\n|---|---|---|\n", width, height);
         std::printf("| clear and swap only (ceiling) | %.2f | %.0f |\n", ceiling, 1000.0 / ceiling);
-        benchGame(engine, benchLevel(engine, ceiling), ceiling, true);
+        benchGame(engine, benchLevel(engine, std::move(reader), ceiling), ceiling, true);
         return 0;
     }
-    std::vector<Placed> level = loadLevel();
+    std::vector<Placed> level = loadLevel(*reader);
 
     const double ceiling = frameTime(nullptr);
     std::printf("| frame at %dx%d | ms | fps |\n|---|---|---|\n", width, height);
@@ -478,7 +474,7 @@ int main(int argc, char** argv) {
     }
     InputManager::getInstance()->displayLists = true;
     InputManager::getInstance()->renderMode = FBXModel::kBufferObjects;
-    Scene* scene = benchLevel(engine, ceiling);
+    Scene* scene = benchLevel(engine, std::move(reader), ceiling);
     benchGame(engine, scene, ceiling, false);
     return 0;
 }

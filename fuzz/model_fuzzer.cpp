@@ -1,15 +1,20 @@
-// libFuzzer target for loading a model from bytes: our FBX pre-check, the importer, our checks of
-// the imported scene, the skin frames baked from it (every input loads as a character), the
-// answer written and read back, and the flat arrays built from it. The reader runs in this
-// process here, so that the fuzzer sees what it does. Any bytes must load or be refused with a
-// log line, without touching memory out of bounds; a model that loads must have arrays that agree
-// with its counts. It runs without a GL context (texture and buffer calls then do nothing) and
+// libFuzzer target for loading a model from bytes the way the game does: the model reader's
+// sandboxed child imports them (every input as a character, so skin frames are baked), and the
+// game reads the child's answer and builds its flat arrays. Whatever the importer does in the
+// child (crash, spin, run out of its memory), this process must load the model or log it as
+// failed, without touching memory out of bounds; a model that loads must have arrays that agree
+// with its counts. The fuzzer's coverage is the game's side; the importer's own faults are the
+// child's to end in. It runs without a GL context (texture and buffer calls then do nothing) and
 // writes "log.txt" in the working directory.
 #include "FBXModel.h"
+#include "ModelReader.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
+
+// Well under libFuzzer's own time-out for one input.
+static constexpr double kSecondsPerModel = 5.0;
 
 namespace {
 
@@ -36,10 +41,10 @@ void checkArrays(const FBXModel& model) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    FBXModel::isolateImport = false;
+    static ModelReader reader(ModelReader::Where::kChild, kSecondsPerModel);
     FBXModel model;
     model.animated = true;
-    model.loadModelFromMemory(data, size, "fuzz.fbx");
+    model.loadModelFromMemory(reader, data, size, "fuzz.fbx");
     checkArrays(model);
     check(model.frameCount == 0 || model.frameCount == FBXModel::kSkinFrames);
     for (const std::vector<float>& frame : model.frames) {

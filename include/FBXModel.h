@@ -2,7 +2,7 @@
 // draws in one of three render modes (immediate, vertex arrays, ARB buffer objects), optionally
 // through display lists. Skinned models get 31 vertex frames computed once at load time and are
 // drawn as a blend between two of them. Models are shared by every object that shows them. The
-// file itself is read in a child process (see ModelImport.h).
+// file itself is read by a ModelReader, in its sandboxed child process.
 #pragma once
 
 #include "MaterialOverrides.h"
@@ -18,11 +18,8 @@ namespace level {
 struct ModelAsset;
 }
 struct ModelAnswer;
-struct ModelRequest;
+class ModelReader;
 struct ModelSource;
-
-// The preset models: each names its own file, texture, animation and scale.
-enum class ModelKind { Flag, Rocket, Sheep, Herder, Sky, TestSphere, Terrain, Wolf };
 
 class FBXModel : public MaterialOverrides {
 public:
@@ -34,35 +31,27 @@ public:
     static constexpr int kSkinFrames = 31;
     // Seconds after which advanceAnimation steps to the next frame.
     static constexpr float kFrameStep = 0.0125f;
-    // How long the model reader may take over one file (the terrain takes a fraction of this).
-    static constexpr double kImportSeconds = 20.0;
-    // Whether model files are read in a child process (the default). The fuzzer reads them in
-    // its own process, where it can see what the reader does.
-    static bool isolateImport;
 
     // An empty model; copies the render-mode, filter and display-list settings of the engine.
     FBXModel();
-    // Loads fbxFile with textureFile, then sets the drawing scale.
-    FBXModel(const std::string& fbxFile, const std::string& textureFile, float scale);
-    // One of the preset models.
-    explicit FBXModel(ModelKind kind);
-    // The model of a level asset with its texture, scale and animation.
-    explicit FBXModel(const level::ModelAsset& asset);
+    // Loads fbxFile with textureFile through the reader, then sets the drawing scale.
+    FBXModel(ModelReader& reader, const std::string& fbxFile, const std::string& textureFile,
+             float scale);
+    // The model of a level asset with its texture, scale and animation, through the reader.
+    FBXModel(ModelReader& reader, const level::ModelAsset& asset);
     // Releases the display lists, buffers and texture (the game never destroys models).
     ~FBXModel();
     FBXModel(const FBXModel&) = delete;
     FBXModel& operator=(const FBXModel&) = delete;
 
-    // Imports the file, builds the flat arrays, uploads the texture and prepares buffers and
-    // frames (baked when `animated` is set); logs each step. A failed import, a reader that
-    // crashed or hung included, leaves the model empty.
-    void loadModel(const std::string& fileName);
-    // Asks the model reader for these files ahead of the loads that follow, in the order they
-    // follow, so that it reads the next while this process finishes the last. Files our own
-    // checks refuse are left out; nothing is sent when imports run in this process.
-    static void prefetch(const std::vector<ModelRequest>& requests);
+    // Imports the file through the reader (its answer, if the file was asked for ahead), builds
+    // the flat arrays, uploads the texture and prepares buffers and frames (baked when
+    // `animated` is set); logs each step. A failed import, a reader that crashed or hung
+    // included, leaves the model empty and logs its cause.
+    void loadModel(ModelReader& reader, const std::string& fileName);
     // The same from bytes in memory; `name` is used for the log and to pick the format.
-    void loadModelFromMemory(const void* data, size_t size, const std::string& name);
+    void loadModelFromMemory(ModelReader& reader, const void* data, size_t size,
+                             const std::string& name);
     // Whole-word search of the GL extension string.
     static bool isExtensionSupported(const char* name);
     // Binds the texture and sets its filters from filterMode.
@@ -158,7 +147,7 @@ public:
 
 private:
     // Loading steps: the reader's answer (or the failure log), then what is built from it.
-    void importAndFinish(const ModelSource& source, bool accepted);
+    void load(ModelReader& reader, const ModelSource& source);
     void useImport(ModelAnswer& imported);
     void readPolygonTables(const std::vector<int>& sizes, const std::vector<int>& indices);
     void loadTexture();

@@ -7,6 +7,8 @@
 
 #include "Vector3D.h"
 
+#include <iterator>
+
 namespace level {
 
 // A generated model file and its texture, the scale the game draws it at, and whether it is a
@@ -46,6 +48,15 @@ inline constexpr ModelAsset kWolfCoarser[kCoarserLevels] = {
 // level: at 1024x768 a sheep about 7 units beyond the herder, a wolf about 20 (the level of
 // detail test compares each with full detail where it takes over and farther).
 inline constexpr float kCoarserBelowPixels[kCoarserLevels] = {80.0f};
+// The models the level loads, in the order it loads them: the reader is asked for them ahead in
+// this order and the loads take them in this order, both from this table, so they cannot drift
+// apart. The level's ten models come first (the level finds its pieces by these positions), then
+// the coarser characters; the sheep fold follows where the rules show it.
+inline constexpr const ModelAsset* kLevelModels[] = {
+    &kTestSphere, &kHerder, &kSheep,      &kFlag, &kRocket,          &kTerrain,
+    &kSky,        &kCanyon, &kPowerPlant, &kWolf, &kSheepCoarser[0], &kWolfCoarser[0]};
+static_assert(std::size(kLevelModels) == 10 + 2 * kCoarserLevels,
+              "every coarser character is loaded");
 // While rockets fly, the level draws the rocket model at this scale instead of its own.
 inline constexpr float kRocketFlightScale = 0.003f;
 

@@ -6,6 +6,7 @@
 #include "RuleSet.h"
 #include "Vector3D.h"
 
+#include <memory>
 #include <vector>
 
 class AISheep;
@@ -13,6 +14,7 @@ class AIWolf;
 class FBXModel;
 class HUD;
 class List;
+class ModelReader;
 class Node;
 class Object3D;
 class Timer;
@@ -23,8 +25,14 @@ public:
     // A fired rocket's push-off force per unit of its launch direction.
     static constexpr float kRocketPush = 30.0f;
 
-    // Builds the whole level (init) and starts the per-frame clocks.
+    // Builds the whole level (init) and starts the per-frame clocks. The models are read by
+    // `reader` (program entry forks its child early), or by a reader of the level's own; the
+    // level holds it until its models are loaded.
+    explicit Scene(std::unique_ptr<ModelReader> reader);
     Scene();
+    ~Scene();
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
 
     // Builds the level: models, scenery with its collision, goal marker, herder, HUD, flag,
     // timer. A failure is logged and the level goes on with what it has.
@@ -94,8 +102,6 @@ private:
     void append(Node* node);
     void loadModels();
     void placeScenery();
-    // A model of the level loaded at its scale.
-    static FBXModel* loadPiece(const level::ModelAsset& asset);
     // A static piece of the level: its cooked mesh turned and moved into place.
     Object3D* scenery(const char* name, FBXModel* model, int group,
                       const level::Placement& placement);
@@ -129,6 +135,7 @@ private:
     FBXModel* ballModel_ = nullptr;
     FBXModel* wolfModel_ = nullptr;
     std::vector<FBXModel*> models_;
+    std::unique_ptr<ModelReader> reader_;
     int lastRenderMode_ = 0;
     float animationClock_ = 0.0f;
     int sheepCount_ = 0;

@@ -54,8 +54,8 @@ const Character kCharacters[] = {{"sheep", level::kSheep, level::kSheepCoarser},
 std::unique_ptr<FBXModel> loadModel(const level::ModelAsset& asset) {
     const std::string file = dataFile(asset.file);
     const std::string texture = dataFile(asset.texture);
-    return std::make_unique<FBXModel>(
-        level::ModelAsset{file.c_str(), texture.c_str(), asset.scale, asset.animated});
+    return std::make_unique<FBXModel>(testReader(), level::ModelAsset{file.c_str(), texture.c_str(),
+                                                                      asset.scale, asset.animated});
 }
 
 // Whether the pixel at (x, y) shows something other than the clear colour.

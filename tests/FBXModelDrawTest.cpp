@@ -68,7 +68,7 @@ double litShare(const std::vector<unsigned char>& a) {
 
 TEST_F(FBXModelDrawTest, EveryModeAndListSettingDrawsTheSamePicture) {
     const level::ModelAsset& piece = level::kPowerPlant;
-    FBXModel plant(dataFile(piece.file), dataFile(piece.texture), piece.scale);
+    FBXModel plant(testReader(), dataFile(piece.file), dataFile(piece.texture), piece.scale);
     ASSERT_GT(plant.vertexCount, 0);
     ASSERT_TRUE(plant.vboSupported);
     InputManager::getInstance()->displayLists = false;
@@ -88,7 +88,7 @@ TEST_F(FBXModelDrawTest, EveryModeAndListSettingDrawsTheSamePicture) {
 }
 
 TEST_F(FBXModelDrawTest, SkinnedModelInVertexArrayModeDrawsImmediately) {
-    FBXModel sheep(ModelKind::Sheep);
+    FBXModel sheep(testReader(), level::kSheep);
     ASSERT_TRUE(sheep.animated);
     ASSERT_EQ(sheep.frameCount, FBXModel::kSkinFrames);
     sheep.setRenderMode(FBXModel::kVertexArrays);
@@ -125,7 +125,7 @@ TEST_F(FBXModelDrawTest, SkinnedModelInVertexArrayModeDrawsImmediately) {
 }
 
 TEST_F(FBXModelDrawTest, StillPoseDiffersFromTheRun) {
-    FBXModel wolf(ModelKind::Wolf);
+    FBXModel wolf(testReader(), level::kWolf);
     ASSERT_TRUE(wolf.hasStillPose);
     wolf.setRenderMode(FBXModel::kImmediate);
     wolf.currentFrame = 8;
@@ -145,7 +145,7 @@ TEST_F(FBXModelDrawTest, SwitchingFromBuffersToImmediateReleasesThem) {
     const auto glIsBufferARB =
         reinterpret_cast<PFNGLISBUFFERARBPROC>(glutGetProcAddress("glIsBufferARB"));
     ASSERT_NE(glIsBufferARB, nullptr);
-    FBXModel rocket(ModelKind::Rocket);
+    FBXModel rocket(testReader(), level::kRocket);
     rocket.setRenderMode(FBXModel::kBufferObjects);
     ASSERT_TRUE(rocket.buffersCreated);
     const GLuint positions = rocket.buffers[0];

@@ -201,7 +201,7 @@ TEST_F(FBXSkinFramesTest, FramesAreInTheMeshNodesSpace) {
     SKIP_WITHOUT_THIRD_PARTY_FILES();
     FBXModel model;
     model.animated = true;
-    model.loadModel(kThirdParty + "blender_279_sausage_7400_binary.fbx");
+    model.loadModel(testReader(), kThirdParty + "blender_279_sausage_7400_binary.fbx");
     ASSERT_EQ(model.frameCount, FBXModel::kSkinFrames);
     std::vector<aiVector3D> reference;
     for (const aiVector3D& p : objVertices(kThirdParty + "blender_279_sausage_base_0.obj")) {
@@ -233,7 +233,7 @@ Surface surfaceOf(const std::vector<float>& positions, const std::vector<float>&
 
 struct Character {
     const char* name;
-    ModelKind kind;
+    const level::ModelAsset* asset;
 };
 
 void PrintTo(const Character& c, std::ostream* os) {
@@ -247,7 +247,7 @@ class FBXSkinCharacterTest : public FBXSkinFramesTest,
 // vertex order would tear the triangles and change their area many times over, or turn them
 // inside out.
 TEST_P(FBXSkinCharacterTest, FramesLoopMoveAndKeepTheSurface) {
-    FBXModel model(GetParam().kind);
+    FBXModel model(testReader(), *GetParam().asset);
     ASSERT_EQ(model.frameCount, FBXModel::kSkinFrames);
     ASSERT_EQ(model.frames.size(), size_t(FBXModel::kSkinFrames));
     const float size = extent(asPoints(model.vertices));
@@ -271,8 +271,8 @@ TEST_P(FBXSkinCharacterTest, FramesLoopMoveAndKeepTheSurface) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Characters, FBXSkinCharacterTest,
-                         ::testing::Values(Character{"Herder", ModelKind::Herder},
-                                           Character{"Sheep", ModelKind::Sheep},
-                                           Character{"Wolf", ModelKind::Wolf}));
+                         ::testing::Values(Character{"Herder", &level::kHerder},
+                                           Character{"Sheep", &level::kSheep},
+                                           Character{"Wolf", &level::kWolf}));
 
 } // namespace

@@ -108,8 +108,8 @@ protected:
     // A model of the level, loaded from the folder at its scale.
     static std::unique_ptr<FBXModel> load(const std::string& folder,
                                           const level::ModelAsset& asset) {
-        return std::make_unique<FBXModel>(folder + "/" + asset.file, folder + "/" + asset.texture,
-                                          asset.scale);
+        return std::make_unique<FBXModel>(testReader(), folder + "/" + asset.file,
+                                          folder + "/" + asset.texture, asset.scale);
     }
     static void place(Object3D& o, FBXModel* model, const level::Placement& placement) {
         o.setModel(model);

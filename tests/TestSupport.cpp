@@ -2,6 +2,7 @@
 #include "TestSupport.h"
 
 #include "List.h"
+#include "ModelReader.h"
 #include "Renderer.h"
 #include "Timer.h"
 
@@ -129,4 +130,9 @@ bool ManualClock::counter(int64_t* count, int64_t* frequency) {
     *count = now;
     *frequency = 1000000;
     return available;
+}
+
+ModelReader& testReader() {
+    static ModelReader reader;
+    return reader;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 class List;
+class ModelReader;
 class Node;
 
 // Runs each test in a fresh temporary directory and returns to the old one afterwards.
@@ -40,6 +41,9 @@ void linkDataFiles();
 std::vector<std::string> readLines(const std::string& path);
 // A whole file as bytes; empty when it cannot be read.
 std::string fileBytes(const std::string& path);
+// The model reader the tests load models with: one per test process, its child forked at the
+// first load.
+ModelReader& testReader();
 // Whether the node is a member of the list.
 bool listed(const List& list, const Node* node);
 

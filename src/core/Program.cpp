@@ -9,7 +9,7 @@
 #include "GameRules.h"
 #include "InputManager.h"
 #include "Logfile.h"
-#include "ModelImport.h"
+#include "ModelReader.h"
 #include "PhysicsDebugDrawer.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
@@ -26,6 +26,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include <dirent.h>
@@ -135,8 +136,9 @@ int Program::run(int argc, char** argv) {
     startArguments = argv;
     // The model reader is forked first, while the game holds no display, driver or level: a
     // fork later would copy all of their page tables, and every page written after it again.
+    auto reader = std::make_unique<ModelReader>();
     std::string readerFailure;
-    startModelReader(&readerFailure); // on failure the first import tries again and logs why
+    reader->start(&readerFailure); // on failure the first import tries again and logs why
     Display* check = connectToDisplay();
     if (check == nullptr) {
         return 1;
@@ -162,7 +164,7 @@ int Program::run(int argc, char** argv) {
     audio->loadSounds();
     engine->physics = new PhysicsWorld();
     GameRules::install(*engine->physics);
-    Scene* scene = new Scene();
+    Scene* scene = new Scene(std::move(reader));
     engine->scene = scene;
     engine->renderer = new Renderer(scene);
     engine->renderer->debugLayer = engine->physics->getDebugRenderer();

@@ -12,7 +12,7 @@
 #include "LevelFacts.h"
 #include "List.h"
 #include "Logfile.h"
-#include "ModelImport.h"
+#include "ModelReader.h"
 #include "Object3D.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
@@ -45,10 +45,15 @@ static constexpr float kRocketSeenScale = 3.0f * level::kRocketFlightScale;
 // How long the aim follows a shot: as long as a rocket lives.
 static constexpr float kAimSeconds = 5.0f;
 
-Scene::Scene() {
+Scene::Scene(std::unique_ptr<ModelReader> reader) : reader_(std::move(reader)) {
     init();
     spare_ = 0;
 }
+
+Scene::Scene() : Scene(nullptr) {
+}
+
+Scene::~Scene() = default;
 
 void Scene::init() {
     physicsClock_ = 0.0f;
@@ -63,6 +68,7 @@ void Scene::init() {
     placeScenery();
     placeHerder();
     placeSheep();
+    reader_.reset(); // the level reads no more models: its reader child ends here
     append(hud_);
     flag_ = new Object3D();
     flag_->setModel(flagModel_);
@@ -77,66 +83,35 @@ void Scene::init() {
     fpsClock_ = 0.0f;
 }
 
-namespace {
-
-// The characters that show far away, with their coarser versions, in the order they load.
-struct CharacterDetail {
-    const level::ModelAsset& full;
-    const level::ModelAsset* coarser;
-};
-const CharacterDetail kCharacterDetail[] = {{level::kSheep, level::kSheepCoarser},
-                                            {level::kWolf, level::kWolfCoarser}};
-
-// Loads a character's coarser versions, each standing in for the one before it, and adds them
-// to the level's models, so that they take every render mode and animate in step.
-void loadCoarser(FBXModel* full, const CharacterDetail& character, std::vector<FBXModel*>& models) {
-    FBXModel* finer = full;
-    for (int detail = 0; detail < level::kCoarserLevels; ++detail) {
-        FBXModel* coarser = new FBXModel(character.coarser[detail]);
-        finer->setCoarser(coarser, level::kCoarserBelowPixels[detail]);
-        models.push_back(coarser);
-        finer = coarser;
-    }
-}
-
-} // namespace
-
+// The table's order, read ahead and loaded; the level's ten models keep their positions, and each
+// coarser character stands in for the one before it.
 void Scene::loadModels() {
-    // The files in the order they are loaded below, for the reader to work ahead on.
-    std::vector<ModelRequest> files;
-    for (const level::ModelAsset* asset :
-         {&level::kTestSphere, &level::kHerder, &level::kSheep, &level::kFlag, &level::kRocket,
-          &level::kTerrain, &level::kSky, &level::kCanyon, &level::kPowerPlant, &level::kWolf}) {
-        files.push_back({asset->file, asset->animated});
+    if (reader_ == nullptr) {
+        reader_ = std::make_unique<ModelReader>();
     }
-    for (const CharacterDetail& character : kCharacterDetail) {
-        for (int detail = 0; detail < level::kCoarserLevels; ++detail) {
-            files.push_back({character.coarser[detail].file, character.coarser[detail].animated});
-        }
-    }
+    std::vector<const level::ModelAsset*> assets(std::begin(level::kLevelModels),
+                                                 std::end(level::kLevelModels));
     if (Engine::getInstance()->rules->showsFold()) {
-        files.push_back({level::kFold.file, level::kFold.animated});
+        assets.push_back(&level::kFold);
     }
-    FBXModel::prefetch(files);
-    ballModel_ = new FBXModel(ModelKind::TestSphere);
-    FBXModel* herder = new FBXModel(ModelKind::Herder);
-    FBXModel* sheep = new FBXModel(ModelKind::Sheep);
-    flagModel_ = new FBXModel(ModelKind::Flag);
-    rocketModel_ = new FBXModel(ModelKind::Rocket);
-    FBXModel* terrain = loadPiece(level::kTerrain);
-    FBXModel* sky = new FBXModel(ModelKind::Sky);
-    FBXModel* canyon = loadPiece(level::kCanyon);
-    FBXModel* plant = loadPiece(level::kPowerPlant);
-    wolfModel_ = new FBXModel(ModelKind::Wolf);
-    models_ = {ballModel_, herder, sheep,  flagModel_, rocketModel_,
-               terrain,    sky,    canyon, plant,      wolfModel_};
-    // The coarser versions follow the level's ten models.
-    loadCoarser(sheep, kCharacterDetail[0], models_);
-    loadCoarser(wolfModel_, kCharacterDetail[1], models_);
-}
-
-FBXModel* Scene::loadPiece(const level::ModelAsset& asset) {
-    return new FBXModel(asset.file, asset.texture, asset.scale);
+    std::vector<ModelReader::Request> ahead;
+    for (const level::ModelAsset* asset : assets) {
+        ahead.push_back({asset->file, asset->animated});
+    }
+    reader_->askAhead(ahead);
+    for (const level::ModelAsset* asset : assets) {
+        models_.push_back(new FBXModel(*reader_, *asset));
+    }
+    if (assets.back() == &level::kFold) {
+        foldModel_ = models_.back();
+        models_.pop_back();
+    }
+    ballModel_ = models_[0];
+    flagModel_ = models_[3];
+    rocketModel_ = models_[4];
+    wolfModel_ = models_[9];
+    models_[2]->setCoarser(models_[10], level::kCoarserBelowPixels[0]);
+    models_[9]->setCoarser(models_[11], level::kCoarserBelowPixels[0]);
 }
 
 Object3D* Scene::scenery(const char* name, FBXModel* model, int group,
@@ -187,7 +162,6 @@ void Scene::placeGoal(const Object3D* plant) {
     goal_->setPosition(rules.goalPosition(plant->getPosition()));
     goal_->visible = true;
     if (rules.showsFold()) {
-        foldModel_ = loadPiece(level::kFold);
         goal_->setModel(foldModel_);
     }
     append(goal_);

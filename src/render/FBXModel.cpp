@@ -6,85 +6,20 @@
 #include "FBXModel.h"
 
 #include "Engine.h"
-#include "FBXImportLimits.h"
 #include "InputManager.h"
 #include "LevelFacts.h"
 #include "Logfile.h"
-#include "ModelImport.h"
+#include "ModelReader.h"
 #include "TGAImage.h"
 
 #include <GL/glext.h>
 #include <GL/glu.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
-// The only formats we read, and the largest model we accept (the level is a few MiB).
-static const char* const kModelExtensions[] = {".fbx", ".3ds", ".dae", ".dxf", ".obj"};
-static constexpr std::uintmax_t kMaxModelBytes = 64u * 1024 * 1024;
 static constexpr uint8_t kRightToLeft = 0x10;
 static constexpr uint8_t kTopToBottom = 0x20;
-
-namespace {
-
-using Preset = level::ModelAsset;
-
-const Preset& presetOf(ModelKind kind) {
-    switch (kind) {
-    case ModelKind::Flag:
-        return level::kFlag;
-    case ModelKind::Rocket:
-        return level::kRocket;
-    case ModelKind::Sheep:
-        return level::kSheep;
-    case ModelKind::Herder:
-        return level::kHerder;
-    case ModelKind::Sky:
-        return level::kSky;
-    case ModelKind::TestSphere:
-        return level::kTestSphere;
-    case ModelKind::Terrain:
-        return level::kTerrainPreset;
-    case ModelKind::Wolf:
-        return level::kWolf;
-    }
-    return level::kFlag;
-}
-
-// The name's extension in lower case, dot included ("" when there is none).
-std::string lowerExtension(const std::string& name) {
-    std::string ext = std::filesystem::path(name).extension().string();
-    std::transform(ext.begin(), ext.end(), ext.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return ext;
-}
-
-bool isModelExtension(const std::string& name) {
-    const std::string ext = lowerExtension(name);
-    return std::any_of(std::begin(kModelExtensions), std::end(kModelExtensions),
-                       [&](const char* known) { return ext == known; });
-}
-
-// FBX files must stay within what the importer survives (see FBXImportLimits.h).
-bool withinFormatLimits(const std::string& name, const void* data, size_t size) {
-    return lowerExtension(name) != ".fbx" || fbxWithinImportLimits(data, size);
-}
-
-bool fileWithinFormatLimits(const std::string& name) {
-    if (lowerExtension(name) != ".fbx") {
-        return true;
-    }
-    std::ifstream in(name, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(in),
-                                  std::istreambuf_iterator<char>()};
-    return in.good() || in.eof() ? fbxWithinImportLimits(bytes.data(), bytes.size()) : false;
-}
-
-} // namespace
 
 FBXModel::FBXModel() {
     const InputManager* input = InputManager::getInstance();
@@ -99,107 +34,51 @@ FBXModel::FBXModel() {
     scale = 1.0f;
 }
 
-FBXModel::FBXModel(const std::string& fbxFile, const std::string& textureFile, float scale)
+FBXModel::FBXModel(ModelReader& reader, const std::string& fbxFile, const std::string& textureFile,
+                   float scale)
     : FBXModel() {
     this->textureFile = textureFile;
-    loadModel(fbxFile);
+    loadModel(reader, fbxFile);
     this->scale = scale;
 }
 
-FBXModel::FBXModel(ModelKind kind) : FBXModel(presetOf(kind)) {}
-
 // `animated` is set before loading, so that the frames are baked, and again after it.
-FBXModel::FBXModel(const level::ModelAsset& asset) : FBXModel() {
+FBXModel::FBXModel(ModelReader& reader, const level::ModelAsset& asset) : FBXModel() {
     textureFile = asset.texture;
     animated = asset.animated;
-    loadModel(asset.file);
+    loadModel(reader, asset.file);
     animated = asset.animated;
     scale = asset.scale;
 }
 
-bool FBXModel::isolateImport = true;
-
-// Our own checks on a model file, before any reader sees it.
-static bool fileAccepted(const std::string& fileName) {
-    std::error_code error;
-    const std::uintmax_t bytes = std::filesystem::file_size(fileName, error);
-    return !error && bytes <= kMaxModelBytes && isModelExtension(fileName) &&
-           fileWithinFormatLimits(fileName);
-}
-
-// Files that passed our checks when they were asked for ahead; their loads do not check again
-// (the checks read the whole file: about 40 ms for the level).
-static std::vector<std::string> checkedAhead;
-
-// Each file is sent as soon as it passes, so that the reader starts on the first while the
-// rest are checked.
-void FBXModel::prefetch(const std::vector<ModelRequest>& requests) {
-    if (!isolateImport) {
-        return;
-    }
-    for (const ModelRequest& request : requests) {
-        if (fileAccepted(request.file)) {
-            checkedAhead.push_back(request.file);
-            prefetchModels({request});
-        }
-    }
-}
-
-void FBXModel::loadModel(const std::string& fileName) {
-    Logfile::appendLine("loading model 1");
-    const auto ahead = std::find(checkedAhead.begin(), checkedAhead.end(), fileName);
-    const bool accepted = ahead != checkedAhead.end() || fileAccepted(fileName);
-    if (ahead != checkedAhead.end()) {
-        checkedAhead.erase(ahead);
-    }
+void FBXModel::loadModel(ModelReader& reader, const std::string& fileName) {
     ModelSource source;
     source.name = fileName;
-    importAndFinish(source, accepted);
+    load(reader, source);
 }
 
-void FBXModel::loadModelFromMemory(const void* data, size_t size, const std::string& name) {
-    Logfile::appendLine("loading model 1");
-    const bool accepted = data != nullptr && size > 0 && size <= kMaxModelBytes &&
-                          isModelExtension(name) && withinFormatLimits(name, data, size);
+void FBXModel::loadModelFromMemory(ModelReader& reader, const void* data, size_t size,
+                                   const std::string& name) {
     ModelSource source;
     source.name = name;
     source.data = data;
     source.size = size;
-    importAndFinish(source, accepted);
+    load(reader, source);
 }
 
-// In this process the answer still goes through its bytes and back, so that the reading and
-// its checks are the same as for a child's answer.
-void FBXModel::importAndFinish(const ModelSource& source, bool accepted) {
+// A failed import is logged once with its cause, then with the model's name; the model stays
+// as it was (empty, for a first load).
+void FBXModel::load(ModelReader& reader, const ModelSource& source) {
+    Logfile::appendLine("loading model 1");
     ModelAnswer imported;
     std::string failure;
-    if (!accepted) {
-        Logfile::appendLine("the model file is missing, too large, of an unknown type or beyond "
-                            "the reader's limits");
-    } else if (isolateImport) {
-        importModelIsolated(source, animated, kImportSeconds, &imported, &failure);
-    } else {
-        ModelAnswer here;
-        importModelHere(source, animated, &here);
-        const std::string answer = encodeModelAnswer(here);
-        if (!decodeModelAnswer(answer.data(), answer.size(), &imported)) {
-            failure = "the model reader's answer is malformed";
-        }
-    }
-    if (imported.outcome == ModelAnswer::kNoImporter) {
-        Logfile::appendLine("Unable to create FBX-SDK Manager");
-    } else if (imported.outcome != ModelAnswer::kImported) {
-        // The reader logged what it had to say about the file itself (a child process writes
-        // into the same log); this line says that the import failed there and not here.
-        if (failure.empty() && accepted) {
-            failure = "the model reader could not make a usable scene of it";
-        }
-        if (!failure.empty()) {
-            Logfile::appendLine(failure.c_str());
-        }
-        Logfile::appendLine("Model '", source.name.c_str(), "' could not be imported");
-    } else {
+    if (reader.read(source, animated, &imported, &failure)) {
         useImport(imported);
+    } else if (imported.outcome == ModelAnswer::kNoImporter) {
+        Logfile::appendLine("Unable to create FBX-SDK Manager");
+    } else {
+        Logfile::appendLine(failure.c_str());
+        Logfile::appendLine("Model '", source.name.c_str(), "' could not be imported");
     }
 }
 
@@ -270,8 +149,9 @@ void FBXModel::buildFlatArrays() {
 void FBXModel::measureBound() {
     float farthest = 0.0f;
     for (size_t i = 0; i + 2 < vertices.size(); i += 3) {
-        farthest = std::max(farthest, vertices[i] * vertices[i] + vertices[i + 1] * vertices[i + 1] +
-                                          vertices[i + 2] * vertices[i + 2]);
+        farthest =
+            std::max(farthest, vertices[i] * vertices[i] + vertices[i + 1] * vertices[i + 1] +
+                                   vertices[i + 2] * vertices[i + 2]);
     }
     boundRadius_ = std::sqrt(farthest);
 }

@@ -5,7 +5,6 @@
 #include "ModelImport.h"
 
 #include "FBXModel.h"
-#include "Logfile.h"
 #include "SkinEvaluator.h"
 
 #include <assimp/Importer.hpp>
@@ -218,33 +217,41 @@ void aiAssertViolation(const char* failedExpression, const char* file, int line)
 } // namespace Assimp
 
 // The importer and its scene live until this returns; only our own copies leave it.
-void importModelHere(const ModelSource& source, bool bakeFrames, ModelAnswer* out) {
+void importModelHere(const ModelSource& source, bool bakeFrames, ModelAnswer* out,
+                     std::string* note) {
     *out = ModelAnswer();
+    note->clear();
     std::unique_ptr<Assimp::Importer> importer(new (std::nothrow) Assimp::Importer());
     if (importer == nullptr) {
         out->outcome = ModelAnswer::kNoImporter;
+        *note = "could not make an importer";
         return;
     }
     try {
         const aiScene* scene = nullptr;
         if (source.data != nullptr) {
             const std::string hint = lowerExtension(source.name).substr(1);
-            scene = importer->ReadFileFromMemory(source.data, source.size, kImportFlags,
-                                                 hint.c_str());
+            scene =
+                importer->ReadFileFromMemory(source.data, source.size, kImportFlags, hint.c_str());
         } else {
             scene = importer->ReadFile(source.name, kImportFlags);
         }
-        // The reader's own words, for whoever made the file; the import fails as usual. The
-        // file is named: a reader working ahead logs before the game gets to the file.
-        const std::string about = "the model reader on '" + source.name + "': ";
+        // The reader's own words, for whoever made the file; the import fails as usual.
         if (scene == nullptr) {
-            Logfile::appendLine(about.c_str(), importer->GetErrorString());
+            *note = importer->GetErrorString();
         } else if (sceneIsUsable(scene)) {
             readScene(scene, bakeFrames, out);
         } else {
-            Logfile::appendLine(about.c_str(), "incomplete, inconsistent or not finite scene");
+            *note = "no usable scene (incomplete, inconsistent or not finite)";
         }
+    } catch (const std::bad_alloc&) {
+        *out = ModelAnswer(); // our own copies of the scene did not fit
+        *note = "bad_alloc";
     } catch (...) {
         *out = ModelAnswer(); // Assimp catches its own errors; anything else is a failure too
+        *note = "the import failed";
+    }
+    if (out->outcome != ModelAnswer::kImported && note->empty()) {
+        *note = "the import failed";
     }
 }

@@ -8,6 +8,7 @@
 // one line each of file, texture, scale, picture name, view and options.
 #include "FBXModel.h"
 #include "LevelFacts.h"
+#include "ModelReader.h"
 #include "Renderer.h"
 #include "TGAImage.h"
 
@@ -185,7 +186,8 @@ int main(int argc, char** argv) {
     FBXModel model;
     model.animated = animated;
     model.textureFile = argv[2];
-    model.loadModel(argv[1]);
+    ModelReader reader;
+    model.loadModel(reader, argv[1]);
     model.scale = static_cast<float>(std::atof(argv[3]));
     if (model.vertexCount == 0) {
         std::fprintf(stderr, "model-viewer: %s has nothing to draw (see log.txt)\n", argv[1]);
