@@ -1,6 +1,6 @@
 // Object3D: base of everything in the 3D scene: scenery, the herder, animals, rockets, particles.
 // It holds the kinematic state, the look (shared model, colour, material overrides), an optional
-// physics body and the type code that game logic and contact reports tell objects apart by.
+// physics body and the type code that game logic tells objects apart by.
 #pragma once
 
 #include "MaterialOverrides.h"

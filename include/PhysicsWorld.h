@@ -1,10 +1,10 @@
 // PhysicsWorld: the rigid-body simulation on Bullet. It owns the dynamics world, the bodies of
 // the level, the rockets and particles, and the kinematic capsules of the character controllers;
 // it steps in fixed 0.1 s sub-steps (at most three per call), filters collisions by shape group,
-// and reports the first touch of actor-group pairs that matter to the game. What a touch means is
-// decided by the reports (ContactReport, ControllerHitReport); what it does is the game's, whose
-// reports are installed on the world at program entry (GameRules.h). Without reports, touches go
-// unheard.
+// and records the first touch of actor-group pairs that matter to the game as plain records that
+// the caller reads after the step (contactBegins). What a touch means is the game's (GameRules.h),
+// which the world never calls. Controller hits still go to a report (ControllerHitReport), since
+// they must act within the mover's move; without one they go unheard.
 #pragma once
 
 #include "PhysicsGroups.h"
@@ -25,7 +25,6 @@ class btDynamicsWorld;
 class btOverlapFilterCallback;
 struct CookedMesh;
 class CharacterController;
-class ContactReport;
 class ControllerHitReport;
 class FBXModel;
 class Object3D;
@@ -48,8 +47,13 @@ public:
     PhysicsWorld(const PhysicsWorld&) = delete;
     PhysicsWorld& operator=(const PhysicsWorld&) = delete;
 
-    // Simulates dt seconds in fixed sub-steps, then delivers first-touch contact reports.
+    // Forgets the last step's contact records, then simulates dt seconds in fixed sub-steps,
+    // recording the first touches of flagged pairs.
     void step(float dt);
+    // The pairs of flagged actor groups that started touching in the last step, in the order they
+    // started: each pair once until it has stopped touching, a predictive contact counting as a
+    // touch. Read-only and owned by the world; valid until the next call to step.
+    const std::vector<ContactBegin>& contactBegins() const { return started_; }
     // Results are ready after every step; kept for callers that poll.
     void fetchNow() {}
 
@@ -90,9 +94,7 @@ public:
 
     btDiscreteDynamicsWorld* dynamicsWorld() const { return world_.get(); }
     PhysicsDebugDrawer* getDebugRenderer() const { return debugRenderer_.get(); }
-    // The reports touches go to (not owned; null: touches are dropped).
-    ContactReport* getContactReport() const { return report_; }
-    void setContactReport(ContactReport* report) { report_ = report; }
+    // The report controller hits go to (not owned; null: hits are dropped).
     ControllerHitReport* getControllerHitReport() const { return hitReport_; }
     void setControllerHitReport(ControllerHitReport* report) { hitReport_ = report; }
 
@@ -103,7 +105,6 @@ private:
     // Bullet's hook after each fixed step; the world's user info is the PhysicsWorld.
     static void afterFixedStep(btDynamicsWorld* world, float timeStep);
     void scanContacts();
-    void deliverContacts();
     void addBody(PhysicsActor* actor);
 
     std::unique_ptr<btCollisionConfiguration> configuration_;
@@ -113,15 +114,14 @@ private:
     std::unique_ptr<btConstraintSolver> solver_;
     std::unique_ptr<btDiscreteDynamicsWorld> world_;
     std::unique_ptr<PhysicsDebugDrawer> debugRenderer_;
-    ContactReport* report_ = nullptr;
     ControllerHitReport* hitReport_ = nullptr;
     bool pairFlags_[kGroupCount][kGroupCount] = {};
     bool collides_[kGroupCount][kGroupCount] = {};
     // Pairs touching now, with the step in which they were last seen touching.
     std::map<std::pair<const void*, const void*>, long> touching_;
     long stepCount_ = 0;
-    // Pairs that started touching in the fixed steps of the current step, by owner and group.
-    std::vector<std::pair<Touch, Touch>> started_;
+    // Pairs that started touching in the fixed steps of the last step, by owner and group.
+    std::vector<ContactBegin> started_;
     std::vector<std::unique_ptr<btCollisionShape>> shapes_;
     std::vector<std::unique_ptr<CookedMesh>> meshes_;
     std::vector<std::unique_ptr<CharacterController>> controllers_;

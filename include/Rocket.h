@@ -1,5 +1,5 @@
-// Rocket: the herder's shot. A small fast body drawn with the rocket model; the contact report
-// makes it burst into a yellow particle cloud when it touches the level or a wolf, and one that
+// Rocket: the herder's shot. A small fast body drawn with the rocket model; the game's rules
+// make it burst into a yellow particle cloud when it touches the level or a wolf, and one that
 // touches nothing leaves the scene after its lifetime.
 #pragma once
 

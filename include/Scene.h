@@ -39,8 +39,8 @@ public:
     void init();
     // Called once after the graphics start-up: brings the render mode in line with the input.
     void prepare();
-    // The per-frame world update: timing, controllers, physics, clocks, render mode, animation,
-    // then every object of the list.
+    // The per-frame world update: timing, controllers, physics and the rules over its touches,
+    // clocks, render mode, animation, then every object of the list.
     void update();
 
     void setFrameTime(float dt) { frameTime_ = dt; }

@@ -7,17 +7,19 @@
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
+#include "GameRules.h"
 #include "HUD.h"
 #include "InputManager.h"
+#include "LevelFacts.h"
 #include "LevelFixture.h"
 #include "LevelMeshes.h"
-#include "LevelFacts.h"
 #include "List.h"
 #include "Object3D.h"
 #include "ParticleSystem.h"
 #include "PhysicsActor.h"
 #include "PhysicsWorld.h"
 #include "Renderer.h"
+#include "Rocket.h"
 #include "TestSupport.h"
 #include "TextBitmap.h"
 #include "Timer.h"
@@ -257,9 +259,11 @@ TEST_F(SceneTest, ARocketKillsASheepOnceAndLeavesABurst) {
     AISheep* sheep = scene_->getSheep()[2];
     const int members = scene_->getSceneList()->count();
     const Vector3D at = sheep->controller->getActor()->getGlobalPosition();
-    RocketContacts rules;
-    rules.sheepHit(sheep, nullptr);
-    rules.sheepHit(sheep, nullptr); // a second rocket contact in the same step
+    Rocket rocket(scene_->getSceneList());
+    const ContactBegin struck{Touch{sheep, ActorGroup::kSheep},
+                              Touch{&rocket, ActorGroup::kRocket}};
+    // A second rocket contact in the same step.
+    GameRules::applyContacts({struck, struck});
     EXPECT_EQ(scene_->getSheepCount(), 5);
     EXPECT_FALSE(sheep->alive());
     EXPECT_FALSE(sheep->visible);

@@ -1,6 +1,6 @@
 // Wolves and the herd command on the real level: the timed spawn and its offsets, wounds and
-// death with their log lines, the catch in both path-search modes (the game's side of the
-// physics reports, GameRules.h), the path hunt's switch to a direct chase, and the herd command's
+// death with their log lines, the catch in both path-search modes (the game's rules over what
+// physics finds, GameRules.h), the path hunt's switch to a direct chase, and the herd command's
 // goals and flag.
 #include "AISheep.h"
 #include "AIWolf.h"
@@ -99,12 +99,12 @@ TEST_F(WolfTest, TwoRocketHitsKillAWolfInItsNextUpdateAndFreeItsSheep) {
     engine_->pathSearch = true;
     scene_->prepare();
     wolf->seize(sheep, true);
-    RocketContacts rules;
     const int members = scene_->getSceneList()->count();
     for (int shot = 1; shot <= 2; ++shot) {
         Rocket* rocket = new Rocket(scene_->getSceneList());
         scene_->getSceneList()->attach(rocket);
-        rules.wolfHit(wolf, rocket);
+        GameRules::applyContact(
+            {Touch{rocket, ActorGroup::kRocket}, Touch{wolf, ActorGroup::kWolf}});
         EXPECT_FLOAT_EQ(wolf->hitPoints, 100.0f - 50.0f * static_cast<float>(shot));
         EXPECT_EQ(HUD::getInstance()->message()->getText(), "wolf wolf3 hit.\n");
         EXPECT_TRUE(wolf->alive()) << "death waits for the wolf's own update";

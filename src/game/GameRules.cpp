@@ -1,5 +1,5 @@
-// The effects of the touches physics reports: sheep killed, wolves wounded, rockets burst, sheep
-// seized.
+// The effects of the touches physics finds: sheep killed, wolves wounded and rockets burst by the
+// step's records, sheep seized by the controllers' report.
 #include "GameRules.h"
 
 #include "AISheep.h"
@@ -9,31 +9,85 @@
 #include "Rocket.h"
 #include "RuleSet.h"
 
-// Only real rockets burst; the rules go by group, and any body may be given the rockets' group.
-static void burst(Object3D* rocket) {
-    if (auto* r = dynamic_cast<Rocket*>(rocket)) {
-        r->explode();
-    }
+namespace {
+
+bool isSheep(int group) {
+    return group == ActorGroup::kSheep;
 }
 
-void RocketContacts::sheepHit(Object3D* sheep, Object3D*) {
-    if (auto* victim = dynamic_cast<AISheep*>(sheep)) {
-        victim->dieByRocket();
+bool isWolf(int group) {
+    return group == ActorGroup::kWolf;
+}
+
+bool isLevel(int group) {
+    return group == ActorGroup::kGround || group == ActorGroup::kCanyon;
+}
+
+// The body of the touch whose group `is` accepts, the second when both are; null when neither
+// is, and a body without an owner never is.
+const Touch* bodyOf(const ContactBegin& begin, bool (*is)(int group)) {
+    if (begin.b.owner != nullptr && is(begin.b.group)) {
+        return &begin.b;
     }
+    if (begin.a.owner != nullptr && is(begin.a.group)) {
+        return &begin.a;
+    }
+    return nullptr;
+}
+
+// The rocket that touched `body`, or null when the other body is none. Only a rocket's body is
+// in the rockets' group.
+Rocket* rocketAgainst(const ContactBegin& begin, const Touch* body) {
+    const Touch& other = body == &begin.b ? begin.a : begin.b;
+    return other.group == ActorGroup::kRocket ? static_cast<Rocket*>(other.owner) : nullptr;
+}
+
+// Each rule says whether it was the one to decide, even when the touch then means nothing.
+// A rocket kills the sheep it strikes and flies on.
+bool sheepRule(const ContactBegin& begin) {
+    const Touch* sheep = bodyOf(begin, isSheep);
+    if (sheep != nullptr && rocketAgainst(begin, sheep) != nullptr) {
+        static_cast<AISheep*>(sheep->owner)->dieByRocket();
+    }
+    return sheep != nullptr;
 }
 
 // The wound comes first, then the burst; the wolf itself dies in its next update.
-void RocketContacts::wolfHit(Object3D* wolf, Object3D* rocket) {
-    auto* victim = dynamic_cast<AIWolf*>(wolf);
-    auto* shot = dynamic_cast<Rocket*>(rocket);
-    if (victim != nullptr && shot != nullptr) {
-        victim->hit(shot->damage);
+bool wolfRule(const ContactBegin& begin) {
+    const Touch* wolf = bodyOf(begin, isWolf);
+    if (wolf == nullptr) {
+        return false;
     }
-    burst(rocket);
+    if (Rocket* rocket = rocketAgainst(begin, wolf)) {
+        static_cast<AIWolf*>(wolf->owner)->hit(rocket->damage);
+        rocket->explode();
+    }
+    return true;
 }
 
-void RocketContacts::rocketOnLevel(Object3D* rocket) {
-    burst(rocket);
+bool levelRule(const ContactBegin& begin) {
+    const Touch* level = bodyOf(begin, isLevel);
+    if (level == nullptr) {
+        return false;
+    }
+    if (Rocket* rocket = rocketAgainst(begin, level)) {
+        rocket->explode();
+    }
+    return true;
+}
+
+} // namespace
+
+void GameRules::applyContacts(const std::vector<ContactBegin>& begins) {
+    for (const ContactBegin& begin : begins) {
+        applyContact(begin);
+    }
+}
+
+void GameRules::applyContact(const ContactBegin& begin) {
+    if (!sheepRule(begin) && !wolfRule(begin)) {
+        levelRule(begin);
+    }
 }
 
 // A wolf touches the sheep it carries again and again. Those touches change nothing: catching
@@ -58,8 +112,6 @@ void WolfCatches::wolfCaughtSheep(Object3D* wolf, Object3D* sheep) {
 }
 
 void GameRules::install(PhysicsWorld& world) {
-    static RocketContacts contacts;
     static WolfCatches catches;
-    world.setContactReport(&contacts);
     world.setControllerHitReport(&catches);
 }

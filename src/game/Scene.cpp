@@ -7,6 +7,7 @@
 #include "CharacterController.h"
 #include "Engine.h"
 #include "FBXModel.h"
+#include "GameRules.h"
 #include "HUD.h"
 #include "InputManager.h"
 #include "LevelFacts.h"
@@ -422,6 +423,8 @@ void Scene::update() {
     PhysicsWorld* physics = Engine::getInstance()->physics;
     if (physics != nullptr && physicsClock_ > physics->stepInterval) {
         physics->step(physicsClock_);
+        // The step's first touches act before anything else moves or updates.
+        GameRules::applyContacts(physics->contactBegins());
         physicsClock_ = 0.0f;
     }
     if (fpsClock_ > kMotionResetEpsilon) {

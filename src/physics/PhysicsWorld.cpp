@@ -1,9 +1,8 @@
 // The physics world on Bullet: construction with the game's groups and pairs, fixed stepping,
-// first-touch contact reports, and the capsule bodies of rockets, particles and controllers.
+// first-touch contact records, and the capsule bodies of rockets, particles and controllers.
 #include "PhysicsWorld.h"
 
 #include "CharacterController.h"
-#include "ContactReport.h"
 #include "CookedMesh.h"
 #include "ParticleSweep.h"
 #include "PhysicsActor.h"
@@ -175,12 +174,15 @@ bool PhysicsWorld::groupsCollide(int a, int b) const {
     return !validGroup(a) || !validGroup(b) || collides_[a][b];
 }
 
+// The records are kept by owner rather than body: the game may release bodies while it walks
+// them, and a later record of the same step may name the same owner again (a rocket touching two
+// pieces of the level at once).
 void PhysicsWorld::step(float dt) {
+    started_.clear();
     if (!sceneReady || dt <= 0.0f) {
         return;
     }
     world_->stepSimulation(dt, kMaxSubSteps, kStepInterval);
-    deliverContacts();
 }
 
 void PhysicsWorld::afterFixedStep(btDynamicsWorld* world, float) {
@@ -210,25 +212,12 @@ void PhysicsWorld::scanContacts() {
         }
         const std::pair<const void*, const void*> key = std::minmax<const void*>(a, b);
         if (touching_.find(key) == touching_.end()) {
-            started_.emplace_back(Touch{a->userData, a->group}, Touch{b->userData, b->group});
+            started_.push_back({Touch{a->userData, a->group}, Touch{b->userData, b->group}});
         }
         touching_[key] = stepCount_;
     }
     for (auto it = touching_.begin(); it != touching_.end();) {
         it = (stepCount_ - it->second > kForgetAfterSteps) ? touching_.erase(it) : std::next(it);
-    }
-}
-
-// Reports are delivered after the whole step, by owner rather than body: a report may release
-// bodies, and a later report of the same step may name the same owner again (a rocket touching
-// two pieces of the level at once).
-void PhysicsWorld::deliverContacts() {
-    std::vector<std::pair<Touch, Touch>> started;
-    started.swap(started_);
-    for (const auto& [a, b] : started) {
-        if (report_ != nullptr) {
-            report_->onContactNotify(a, b);
-        }
     }
 }
 
