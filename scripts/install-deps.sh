@@ -6,7 +6,7 @@ set -euo pipefail
 PACKAGES=(
   cmake g++ make pkg-config
   freeglut3-dev libglew-dev libglu1-mesa-dev libgl1-mesa-dri libx11-dev
-  libbullet-dev libassimp-dev zlib1g-dev libmeshoptimizer-dev libopenal-dev
+  libbullet-dev libassimp-dev libmeshoptimizer-dev libopenal-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth xdotool x11-apps x11-utils imagemagick valgrind python3
   dpkg-dev file lintian desktop-file-utils appstream man-db

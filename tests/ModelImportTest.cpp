@@ -24,7 +24,7 @@
 namespace {
 
 // Short enough that the files that spin or hang end the test quickly.
-constexpr double kShortSeconds = 3.0;
+constexpr double kShortSeconds = 2.0;
 // How a crash or a failed allocation shows: under AddressSanitizer the child reports it and exits.
 #ifdef __SANITIZE_ADDRESS__
 constexpr const char* kCrashed = "ended with status";
@@ -204,7 +204,7 @@ TEST_F(ModelImportTest, HostileFilesFailWithTheirCauseAndTheNextModelComesFromAF
         {"chain.fbx", kCrashed},
         {"deep.dae", kCrashed},
         {"gigabytes.fbx", kOutOfMemory},
-        {"spins.obj", "used up its 3 s of CPU time"},
+        {"spins.obj", "used up its 2 s of CPU time"},
         {"hang.obj", "took longer than 6 s"},
     };
     for (const std::string& file : kCorpusHostile) {

@@ -46,10 +46,13 @@ std::string refusal(const ModelSource& source) {
         return "of an unknown type";
     }
     std::error_code error;
+    if (source.data == nullptr && !std::filesystem::is_regular_file(source.name, error)) {
+        return std::filesystem::exists(source.name, error) ? "not a regular file" : "missing";
+    }
     const std::uintmax_t bytes =
         source.data != nullptr ? source.size : std::filesystem::file_size(source.name, error);
     if (error) {
-        return "missing";
+        return "unreadable";
     }
     return bytes == 0 ? "empty" : bytes > kMaxModelBytes ? "larger than 64 MiB" : "";
 }

@@ -93,18 +93,20 @@ void enterSandbox(int fd, long memoryBytes) {
     std::set_new_handler(onAllocationFailure);
 }
 
-// CPU seconds used so far, whole.
-rlim_t cpuSecondsUsed() {
+// CPU seconds used so far.
+double cpuSecondsUsed() {
     rusage used{};
     getrusage(RUSAGE_SELF, &used);
-    return static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec + 1);
+    return static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) +
+           1e-6 * static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec);
 }
 
-// The next model may use `seconds` more of CPU; past it the kernel sends SIGXCPU.
+// The next model may use `seconds` more of CPU (up to a second more: the limit is in whole
+// seconds); past it the kernel sends SIGXCPU.
 void allowCpu(double seconds) {
     rlimit now{};
     getrlimit(RLIMIT_CPU, &now);
-    const rlim_t wanted = cpuSecondsUsed() + static_cast<rlim_t>(std::ceil(seconds));
+    const rlim_t wanted = static_cast<rlim_t>(std::ceil(cpuSecondsUsed() + seconds));
     rlimit next{now.rlim_max == RLIM_INFINITY ? wanted : std::min(wanted, now.rlim_max),
                 now.rlim_max};
     setrlimit(RLIMIT_CPU, &next);
