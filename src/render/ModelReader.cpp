@@ -258,7 +258,7 @@ void ModelReader::receiveNext() {
     front.answered = true;
     front.imported = front.answer.outcome == ModelAnswer::kImported;
     if (!front.imported) {
-        front.failure = "the model reader on '" + front.name + "': " + note;
+        front.failure = "the model reader on '" + front.name + "'" + note;
         endChild(false); // it ends itself after a failed import
         restart();
     }

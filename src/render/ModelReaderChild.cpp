@@ -134,9 +134,10 @@ void allowCpu(double seconds) {
             model = ModelAnswer();
             answer = encodeModelAnswer(model);
         }
-        if (allocationFailed() && model.outcome != ModelAnswer::kImported) {
-            note = "went over its memory limit of " + std::to_string(memoryBytes >> 20) + " MiB";
-        }
+        // The cause as it follows "the model reader on '<file>'" in the game's log.
+        note = allocationFailed() && model.outcome != ModelAnswer::kImported
+                   ? " went over its memory limit of " + std::to_string(memoryBytes >> 20) + " MiB"
+                   : ": " + note;
         if (!sendMessage(kSocketFd, note.data(), note.size()) ||
             !sendMessage(kSocketFd, answer.data(), answer.size()) ||
             model.outcome != ModelAnswer::kImported) {
