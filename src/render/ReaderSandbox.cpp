@@ -18,8 +18,6 @@
 // The main thread's stack: deep enough for every real model, and the importer's recursion on a
 // hierarchy thousands deep overflows it into a SIGSEGV.
 static constexpr rlim_t kStackBytes = 8u << 20;
-// Descriptors above this are not the game's in any run we know of; all below are closed.
-static constexpr int kHighestFd = 1024;
 // Every Landlock right that creates, changes or removes a file, by the first ABI version that
 // knows it.
 static constexpr uint64_t kWritesV1 =
@@ -98,9 +96,7 @@ void keepOnly(int socket) {
         close(socket);
     }
     const int from = socket >= 0 ? ReaderSandbox::kSocketFd + 1 : ReaderSandbox::kSocketFd;
-    for (int other = from; other < kHighestFd; ++other) {
-        close(other);
-    }
+    close_range(static_cast<unsigned>(from), ~0u, 0);
 }
 
 } // namespace
